@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Installs every Debian package that the build, the tests, the benchmarks and the fuzzers use.
+# Idempotent: does nothing (and needs no network) when all of them are present.
+set -euo pipefail
+
+packages=(
+  build-essential cmake ninja-build pkg-config
+  clang libclang-rt-14-dev              # fuzzing (libFuzzer) and its sanitizer runtimes
+  libgtest-dev libgmock-dev libbenchmark-dev
+  libssl-dev                            # SHA-1 of FileHash (libcrypto)
+  libimgui-dev libstb-dev               # Dear ImGui context slot of the plugin boundary
+  libutfcpp-dev
+  sox libsox-fmt-all                    # real WAV peer of the decoder tests
+  libsndfile1-dev                       # peer of the WAV decoding benchmark
+  binutils zip unzip
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+echo "install-deps: installing ${missing[*]}"
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"

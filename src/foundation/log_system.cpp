@@ -1,0 +1,107 @@
+#include "foundation/log_system.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "foundation/format.h"
+
+namespace tv {
+
+void LogTail::Append(std::string_view text) {
+  if (text.size() > kCapacity) text = text.substr(text.size() - kCapacity);
+  const uint32_t n = uint32_t(text.size());
+  const uint32_t room = kCapacity - size;
+  if (n > room) {
+    const uint32_t drop = n - room;
+    std::memmove(buffer, buffer + drop, size - drop);
+    size -= drop;
+  }
+  std::memcpy(buffer + size, text.data(), n);
+  size += n;
+  buffer[size] = '\0';
+}
+
+uint32_t LogLevelMask(const std::string& type) {
+  if (type == "warn") return 2;
+  if (type == "error") return 4;
+  if (type == "debug") return 8;
+  return 65535;
+}
+
+std::string FormatLogTimestamp(time_ns since_start) {
+  const int64_t seconds = since_start / 1000000000;
+  const int64_t rest = since_start % 1000000000;
+  return format("%1:%2:%3:%4")
+      .arg(seconds)
+      .arg(rest / 1000000, 3, '0')
+      .arg(rest / 1000 % 1000, 3, '0')
+      .arg(rest % 1000, 3, '0');
+}
+
+std::string FormatLogLine(const std::string& timestamp, const std::string& message, const std::string& type,
+                          const std::string& details, uint32_t filter, bool print_details) {
+  std::string line;
+  if ((filter & LogLevelMask(type)) == 0) return line;
+  line.reserve(timestamp.size() + message.size() + type.size() + 8);
+  line += "(";
+  line += timestamp;
+  line += ") ";
+  if (!type.empty()) {
+    line += type;
+    line += ": ";
+  }
+  line += message;
+  if (print_details && !details.empty()) {
+    line += "\n  Details:\n";
+    line += details;
+  }
+  line += "\n";
+  return line;
+}
+
+void ConsolePrint(const std::string& timestamp, const std::string& message, const std::string& type,
+                  const std::string& details, uint32_t filter, bool print_details) {
+  const std::string line = FormatLogLine(timestamp, message, type, details, filter, print_details);
+  if (line.empty()) return;
+  std::fwrite(line.data(), 1, line.size(), stdout);
+  std::fflush(stdout);
+}
+
+void LogSystem::Write(const std::string& message, const std::string& type, const std::string& details) {
+  if (message.empty()) return;
+  const std::string timestamp = FormatLogTimestamp(time_since_start());
+  print(timestamp, message, type, details, filter.load(std::memory_order_relaxed),
+        print_details.load(std::memory_order_relaxed));
+  {
+    std::lock_guard<std::mutex> lock(tail_mutex);
+    tail.Append(message);
+    tail.Append("\n");
+  }
+  {
+    std::lock_guard<std::mutex> lock(queue_mutex);
+    bool listening;
+    {
+      std::lock_guard<std::mutex> signal_lock(on_entries.mutex);
+      listening = !on_entries.slots.empty();
+    }
+    // Entries written while nobody listens are lost to listeners.
+    if (listening) queue.push_back(LogEntry{message, type, details});
+  }
+}
+
+void LogSystem::Flush() {
+  std::vector<LogEntry> entries;
+  {
+    std::lock_guard<std::mutex> lock(queue_mutex);
+    entries.swap(queue);
+  }
+  on_entries.Emit(entries);
+}
+
+std::string LogSystem::GetTail() {
+  std::lock_guard<std::mutex> lock(tail_mutex);
+  return std::string(tail.View());
+}
+
+} // namespace tv
