@@ -125,8 +125,7 @@ int RunDecodeCommand(int argc, char** argv) {
   if (parsed != 0) return 1;
 
   const bool frames_to_stdout = options.output.empty() && !options.info;
-  Host host;
-  if (frames_to_stdout) host.LogToStandardError();
+  Host host(frames_to_stdout);
 
   std::string why;
   if (!host.LoadPlugin("wav_audio_codec.so", why)) return Fail("cannot load the WAV plugin: " + why);

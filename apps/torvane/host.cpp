@@ -28,7 +28,8 @@ std::string GetExecutableFolder() {
   return path.substr(0, path.find_last_of('/') + 1);
 }
 
-Host::Host() {
+Host::Host(bool log_to_stderr) {
+  if (log_to_stderr) log_.print = &StandardErrorPrint;
   log_system = &log_;
   filesystem = &filesystem_;
   audio_codecs = &codecs_;
@@ -53,8 +54,6 @@ Host::~Host() {
   filesystem = nullptr;
   log_system = nullptr;
 }
-
-void Host::LogToStandardError() { log_.print = &StandardErrorPrint; }
 
 bool Host::LoadPlugin(const std::string& file_name, std::string& why) {
   const std::string path = GetExecutableFolder() + file_name;

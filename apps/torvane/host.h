@@ -17,7 +17,8 @@ namespace tv {
 class Host {
 public:
   // Builds the services, points this module's globals at them and mounts the working folder.
-  Host();
+  // With `log_to_stderr`, log lines go to standard error (standard output may carry data).
+  explicit Host(bool log_to_stderr = false);
   // Drops the codecs (their code lives in the plugin), unloads the plugin, clears the globals.
   ~Host();
   Host(const Host&) = delete;
@@ -25,9 +26,6 @@ public:
 
   // Maps `file_name` from the executable's folder and binds it. False with a reason in `why`.
   bool LoadPlugin(const std::string& file_name, std::string& why);
-
-  // Prints log lines on standard error instead of standard output (which may carry data).
-  void LogToStandardError();
 
 private:
   LogSystem log_;
