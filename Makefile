@@ -36,7 +36,7 @@ check: deps
 
 fuzz: deps
 	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTV_FUZZ=ON >/dev/null
-	@cmake --build $(FUZZ_BUILD)
+	@cmake --build $(FUZZ_BUILD) --target fuzzers
 	@./scripts/run-fuzzers.sh $(FUZZ_BUILD)/bin $(FUZZ_SECONDS)
 
 bench: deps

@@ -164,6 +164,8 @@ bool Filesystem::CopyFile(const std::string& from, const std::string& to) {
 
 bool Filesystem::MoveFile(const std::string& from, const std::string& to) {
   if (FindMount(from) == nullptr) return false;
+  // Onto itself: copying would succeed and the delete would then lose the file.
+  if (CleanPath(from) == CleanPath(to)) return Exists(from);
   if (!CopyFile(from, to)) return false;
   return Delete(from);
 }

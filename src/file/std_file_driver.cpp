@@ -32,10 +32,20 @@ std::string StdFileDriver::GetFullPath(const std::string& path) const {
   return base_path.empty() ? path : base_path + "/" + path;
 }
 
+// Walks the path's pieces and tells whether ".." ever climbs above where it started. Leading and
+// doubled separators count as nothing, since the full path is the base folder joined with `path`.
 bool StdFileDriver::Escapes(const std::string& path) const {
   if (!sandbox) return false;
-  const std::string clean = CleanPath(path);
-  return clean == ".." || starts_with(clean, "../");
+  int depth = 0;
+  for (const std::string& piece : split(NativePath(path, false), "/")) {
+    if (piece.empty() || piece == ".") continue;
+    if (piece == "..") {
+      if (--depth < 0) return true;
+    } else {
+      ++depth;
+    }
+  }
+  return false;
 }
 
 std::string StdFileDriver::MapToAbsolute(const std::string& path) { return GetFullPath(path); }
@@ -126,8 +136,8 @@ uint32_t StdFileDriver::Write(FileHandle& handle, const void* data, uint32_t siz
 std::vector<DirEntry> StdFileDriver::Dir(const std::string& path, const std::string& wildcard, uint32_t filter) {
   std::vector<DirEntry> entries;
   if (Escapes(path)) return entries;
-  std::string folder = CleanPath(GetFullPath(path));
-  if (folder.empty()) folder = ".";
+  const std::string clean = CleanPath(GetFullPath(path));
+  const std::string folder = clean.empty() ? std::string(".") : clean;
   DIR* dir = opendir(folder.c_str());
   if (dir == nullptr) return entries;
   const std::string pattern = wildcard.empty() ? "*" : wildcard;

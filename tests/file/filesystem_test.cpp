@@ -224,6 +224,9 @@ TEST_F(FilesystemTest, CopyAndMoveFiles) {
   EXPECT_TRUE(fs.MoveFile("@disk/copy", "@data/moved"));
   EXPECT_EQ(fs.FileToString("@data/moved"), "payload");
   EXPECT_FALSE(fs.Exists("@disk/copy"));
+  // Onto itself: the file stays.
+  EXPECT_TRUE(fs.MoveFile("@data/moved", "@data/moved"));
+  EXPECT_EQ(fs.FileToString("@data/moved"), "payload");
 
   // A root driver's file can be read but not moved: there is no mount to delete it through.
   EXPECT_FALSE(fs.MoveFile("rooted", "@data/r"));
