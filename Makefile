@@ -1,6 +1,7 @@
 # The README's commands. Each first installs what is missing (scripts/install-deps.sh).
 BUILD       ?= build
 CHECK_BUILD ?= build-check
+TSAN_BUILD  ?= build-tsan
 FUZZ_BUILD  ?= build-fuzz
 BENCH_BUILD ?= build-bench
 FUZZ_SECONDS ?= 20
@@ -26,12 +27,16 @@ demo: build
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j$(CTEST_JOBS)
 
-# AddressSanitizer + UndefinedBehaviorSanitizer over every test, then a short run of each fuzzer.
+# Every test under AddressSanitizer + UndefinedBehaviorSanitizer, then under ThreadSanitizer (for
+# the threaded ones; the others cost little), then a short run of each fuzzer.
 check: deps
-	@cmake -S . -B $(CHECK_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTV_SANITIZE=ON -DTV_BENCH=OFF >/dev/null
+	@cmake -S . -B $(CHECK_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTV_SANITIZE=address -DTV_BENCH=OFF >/dev/null
 	@cmake --build $(CHECK_BUILD)
 	@cd $(CHECK_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 		ctest --output-on-failure -j$(CTEST_JOBS)
+	@cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTV_SANITIZE=thread -DTV_BENCH=OFF >/dev/null
+	@cmake --build $(TSAN_BUILD)
+	@cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j$(CTEST_JOBS)
 	@$(MAKE) --no-print-directory fuzz
 
 fuzz: deps
@@ -45,4 +50,4 @@ bench: deps
 	@./scripts/run-benchmarks.sh $(BENCH_BUILD)/bin
 
 clean:
-	rm -rf $(BUILD) $(CHECK_BUILD) $(FUZZ_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(CHECK_BUILD) $(TSAN_BUILD) $(FUZZ_BUILD) $(BENCH_BUILD)

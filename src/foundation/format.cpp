@@ -45,7 +45,7 @@ format& format::arg(int64_t value) { return arg(SignedDigits(value)); }
 
 format& format::arg(int64_t value, int width, char fill) {
   std::ostringstream stream;
-  stream << std::setw(width) << std::setfill(fill) << value;
+  stream << std::internal << std::setw(width) << std::setfill(fill) << value;
   return arg(stream.str());
 }
 

@@ -52,9 +52,8 @@ TEST(Format, PaddedFormFillsToWidthWithoutTruncating) {
   EXPECT_EQ(format("%1").arg(12345, 3, '0').str(), "12345");
 }
 
-// "%03d" puts the sign before the zeros, and the padded form is meant to behave alike.
-// Disabled: arg(int64_t, int, char) currently yields "0-5".
-TEST(Format, DISABLED_PaddedFormKeepsTheSignInFront) {
+// "%03d" puts the sign before the zeros, and the padded form behaves alike.
+TEST(Format, PaddedFormKeepsTheSignInFront) {
   EXPECT_EQ(format("%1").arg(-5, 3, '0').str(), "-05");
 }
 
