@@ -28,34 +28,29 @@ int FileHandleSegment::Seek(int seek_offset, SeekRef ref) {
   return 0;
 }
 
-uint32_t FileHandleSegment::Read(void* buffer, uint32_t count) {
+// Moves bytes at offset + cursor of the source through `transfer`, then puts the source back.
+template <typename Transfer>
+uint32_t FileHandleSegment::AtCursor(uint32_t count, Transfer transfer) {
   std::lock_guard<std::recursive_mutex> own_lock(mutex);
   std::lock_guard<std::recursive_mutex> source_lock(source->mutex);
   const uint64_t at = uint64_t(offset) + cursor;
   if (cursor >= size || at > INT32_MAX) return 0;
   const uint32_t remembered = source->Tell();
-  uint32_t got = 0;
+  uint32_t moved = 0;
   if (source->Seek(int(at), SeekRef::Start) == 0) {
-    got = source->Read(buffer, std::min(count, size - cursor));
-    cursor += got;
+    moved = transfer(std::min(count, size - cursor));
+    cursor += moved;
   }
   source->Seek(int(remembered), SeekRef::Start);
-  return got;
+  return moved;
+}
+
+uint32_t FileHandleSegment::Read(void* buffer, uint32_t count) {
+  return AtCursor(count, [&](uint32_t n) { return source->Read(buffer, n); });
 }
 
 uint32_t FileHandleSegment::Write(const void* data, uint32_t count) {
-  std::lock_guard<std::recursive_mutex> own_lock(mutex);
-  std::lock_guard<std::recursive_mutex> source_lock(source->mutex);
-  const uint64_t at = uint64_t(offset) + cursor;
-  if (cursor >= size || at > INT32_MAX) return 0;
-  const uint32_t remembered = source->Tell();
-  uint32_t put = 0;
-  if (source->Seek(int(at), SeekRef::Start) == 0) {
-    put = source->Write(data, std::min(count, size - cursor));
-    cursor += put;
-  }
-  source->Seek(int(remembered), SeekRef::Start);
-  return put;
+  return AtCursor(count, [&](uint32_t n) { return source->Write(data, n); });
 }
 
 } // namespace tv

@@ -26,6 +26,10 @@ public:
   uint32_t offset;
   uint32_t size;
   uint32_t cursor = 0;
+
+private:
+  template <typename Transfer>
+  uint32_t AtCursor(uint32_t count, Transfer transfer);
 };
 
 } // namespace tv
