@@ -10,6 +10,7 @@ packages=(
   libssl-dev                            # SHA-1 of FileHash (libcrypto)
   libimgui-dev libstb-dev               # Dear ImGui context slot of the plugin boundary
   libutfcpp-dev
+  zlib1g-dev libminizip-dev             # zip archives and the embedded core archive
   sox libsox-fmt-all                    # real WAV peer of the decoder tests
   libsndfile1-dev                       # peer of the WAV decoding benchmark
   binutils zip unzip
