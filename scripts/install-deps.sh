@@ -13,7 +13,7 @@ packages=(
   zlib1g-dev libminizip-dev             # zip archives and the embedded core archive
   sox libsox-fmt-all                    # real WAV peer of the decoder tests
   libsndfile1-dev                       # peer of the WAV decoding benchmark
-  binutils zip unzip
+  binutils zip unzip python3           # real archives for the zip tests and benchmarks
 )
 
 missing=()

@@ -43,10 +43,11 @@ long ZCALLBACK SeekStream(voidpf, voidpf stream, uLong offset, int origin) {
 int ZCALLBACK CloseStream(voidpf, voidpf) { return 0; }
 int ZCALLBACK ErrorStream(voidpf, voidpf) { return 0; }
 
-// Deflate can't shrink data by more than about 1032:1; a header claiming more lies, and believing
-// it would mean allocating gigabytes for a few bytes of input.
-bool SizesAreCredible(uint64_t compressed, uint64_t size, int method) {
-  if (size > uint64_t(INT32_MAX)) return false;
+// Compressed bytes lie inside the archive, and deflate can't shrink data by more than about
+// 1032:1; a header claiming more lies, and believing it would mean allocating gigabytes for a few
+// bytes of input.
+bool SizesAreCredible(uint64_t compressed, uint64_t size, int method, uint64_t archive_size) {
+  if (size > uint64_t(INT32_MAX) || compressed > archive_size) return false;
   if (method == Z_DEFLATED) return size <= compressed * 1032 + 64;
   return true;
 }
@@ -117,6 +118,7 @@ bool ZipFileDriver::SetArchive(std::shared_ptr<FileHandle> handle, const std::st
   archive = nullptr;
   archive_handle = nullptr;
   archive_owner.reset();
+  index_.clear();
   if (!handle) return true;
 
   archive_owner = std::move(handle);
@@ -126,7 +128,29 @@ bool ZipFileDriver::SetArchive(std::shared_ptr<FileHandle> handle, const std::st
   *functions = zlib_filefunc_def{&OpenStream, &ReadStream, &WriteStream, &TellStream,
                                  &SeekStream, &CloseStream, &ErrorStream, archive_handle};
   archive = unzOpen2("archive", functions);
+  if (archive != nullptr) IndexEntries();
   return archive != nullptr;
+}
+
+void ZipFileDriver::IndexEntries() {
+  unzFile zip = static_cast<unzFile>(archive);
+  for (int status = unzGoToFirstFile(zip); status == UNZ_OK; status = unzGoToNextFile(zip)) {
+    char name[513];
+    unz_file_info info;
+    unz_file_pos position;
+    if (unzGetCurrentFileInfo(zip, &info, name, sizeof(name) - 1, nullptr, 0, nullptr, 0) != UNZ_OK) break;
+    if (unzGetFilePos(zip, &position) != UNZ_OK) break;
+    name[sizeof(name) - 1] = '\0';
+    // The first of several entries with one name wins, as a scan from the start would find it.
+    index_.try_emplace(name, EntryPosition{position.pos_in_zip_directory, position.num_of_file});
+  }
+}
+
+bool ZipFileDriver::Locate(const std::string& name) {
+  const auto found = index_.find(name);
+  if (found == index_.end()) return false;
+  unz_file_pos position{uLong(found->second.directory_offset), uLong(found->second.entry_number)};
+  return unzGoToFilePos(static_cast<unzFile>(archive), &position) == UNZ_OK;
 }
 
 uint32_t ZipFileDriver::GetCaps() { return 11; }
@@ -153,7 +177,7 @@ bool ZipFileDriver::Unpack(const std::string& path, const unz_file_info& info) {
   const uint64_t size = info.uncompressed_size;
   debug(format("Mapping unzipped '%1' to memory...").arg(path));
   std::vector<uint8_t> buffer;
-  if (SizesAreCredible(info.compressed_size, size, int(info.compression_method))) {
+  if (SizesAreCredible(info.compressed_size, size, int(info.compression_method), archive_handle->GetSize())) {
     try {
       buffer.resize(size_t(size));
     } catch (const std::bad_alloc&) {
@@ -204,7 +228,7 @@ std::shared_ptr<FileHandle> ZipFileDriver::Open(const std::string& path, FileMod
   std::shared_ptr<FileHandle> inner = memory_driver->Open(clean, FileMode::Read);
   if (!inner) {
     unzFile zip = static_cast<unzFile>(archive);
-    if (unzLocateFile(zip, clean.c_str(), 1) != UNZ_OK) return nullptr;
+    if (!Locate(clean)) return nullptr;
     unz_file_info info;
     if (unzGetCurrentFileInfo(zip, &info, nullptr, 0, nullptr, 0, nullptr, 0) != UNZ_OK) {
       error(format("Failed to open file '%1'").arg(path));

@@ -11,6 +11,7 @@
 
 #include <map>
 #include <memory>
+#include <unordered_map>
 #include <mutex>
 #include <string>
 
@@ -72,6 +73,17 @@ public:
   std::shared_ptr<MemoryFileDriver> memory_driver;
 
 private:
+  // Where each entry's header stands in the central directory, by exact name: a lookup by
+  // scanning would make opening every entry of a large archive quadratic.
+  struct EntryPosition {
+    uint64_t directory_offset;
+    uint64_t entry_number;
+  };
+  void IndexEntries();
+  bool Locate(const std::string& name);
+
+  std::unordered_map<std::string, EntryPosition> index_;
+
   std::shared_ptr<FileHandle> MapStored(const std::string& path, uint64_t compressed, uint64_t size);
   bool Unpack(const std::string& path, const unz_file_info_s& info);
 };
