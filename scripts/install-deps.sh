@@ -7,6 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   clang libclang-rt-14-dev              # fuzzing (libFuzzer) and its sanitizer runtimes
   libgtest-dev libgmock-dev libbenchmark-dev
+  libglm-dev                            # independent oracle of the math tests (test-only)
   libssl-dev                            # SHA-1 of FileHash (libcrypto)
   libimgui-dev libstb-dev               # Dear ImGui context slot of the plugin boundary
   libutfcpp-dev
