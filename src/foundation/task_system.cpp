@@ -1,0 +1,367 @@
+#include "foundation/task_system.h"
+
+#include <sched.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "foundation/format.h"
+#include "foundation/log.h"
+#include "foundation/thread_name.h"
+
+namespace tv {
+namespace {
+
+// The worker that the calling thread is, if it is one.
+thread_local task_system::worker* t_worker = nullptr;
+
+void EraseOne(std::vector<std::shared_ptr<task>>& tasks, const std::shared_ptr<task>& t) {
+  const auto found = std::find(tasks.begin(), tasks.end(), t);
+  if (found != tasks.end()) tasks.erase(found);
+}
+
+} // namespace
+
+const char* task::get_name() {
+  static thread_local char buffer[32];
+  std::snprintf(buffer, sizeof(buffer), "task @%p", static_cast<void*>(this));
+  return buffer;
+}
+
+uint32_t GetLogicalProcessorCount() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  if (sched_getaffinity(0, sizeof(set), &set) != 0) return 1;
+  const int count = CPU_COUNT(&set);
+  return count > 0 ? uint32_t(count) : 1;
+}
+
+task_system::~task_system() { stop(); }
+
+bool task_system::start(uint32_t count) {
+  debug(format("Task system startup: %1 worker requested").arg(count));
+  if (worker_count.load() != 0) return false;
+  if (count == 0) count = GetLogicalProcessorCount();
+  // Workers are addressed by an 8-bit affinity, 255 meaning any.
+  count = std::min<uint32_t>(count, task::kAnyWorker);
+  workers = std::make_unique<worker[]>(count);
+  worker_count.store(count);
+  for (uint32_t i = 0; i < count; ++i) {
+    worker& w = workers[i];
+    w.index = i;
+    w.system = this;
+    w.thread = std::thread([this, &w] { worker_loop(w); });
+    while (w.state.load() == 0) std::this_thread::yield();
+  }
+  log(format("Task system started: %1 worker created").arg(count));
+  return true;
+}
+
+void task_system::worker_loop(worker& self) {
+  SetCurrentThreadName(format("Task worker #%1").arg(self.index));
+  t_worker = &self;
+  self.state.store(1);
+  for (;;) {
+    std::shared_ptr<task> t = take_task(self);
+    if (t) {
+      execute(t);
+    } else if (self.state.load() != 1) {
+      break;
+    }
+  }
+  t_worker = nullptr;
+  self.state.store(0);
+}
+
+std::shared_ptr<task> task_system::take_task(worker& self) {
+  std::unique_lock<std::mutex> lock(mutex);
+  for (;;) {
+    bool own_empty;
+    {
+      std::lock_guard<std::mutex> own(self.mutex);
+      own_empty = self.queue.empty();
+    }
+    if (!queue.empty() || !own_empty || self.state.load() != 1) break;
+    work_available.wait(lock);
+  }
+  std::shared_ptr<task> t;
+  {
+    std::lock_guard<std::mutex> own(self.mutex);
+    if (!self.queue.empty()) {
+      t = std::move(self.queue.front());
+      self.queue.erase(self.queue.begin());
+    }
+  }
+  if (!t && !queue.empty()) {
+    t = std::move(queue.front());
+    queue.erase(queue.begin());
+  }
+  if (t) running.push_back(t);
+  return t;
+}
+
+void task_system::insert_by_priority(std::vector<std::shared_ptr<task>>& tasks, std::shared_ptr<task> t) {
+  // Behind the last task of equal or higher priority: equal priorities keep queueing order.
+  auto at = tasks.end();
+  while (at != tasks.begin() && (*(at - 1))->priority < t->priority) --at;
+  tasks.insert(at, std::move(t));
+}
+
+void task_system::run_task(std::shared_ptr<task> t) {
+  std::shared_ptr<task_set> set = t->set;
+  const uint8_t affinity = t->affinity;
+  const uint8_t priority = t->priority;
+  run_task(std::move(t), std::move(set), affinity, priority);
+}
+
+void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> set, uint8_t affinity,
+                           uint8_t priority) {
+  const uint32_t count = worker_count.load();
+  if (affinity != task::kAnyWorker && count != 0 && affinity >= count) affinity = uint8_t(count - 1);
+  t->affinity = affinity;
+  t->priority = priority;
+  t->queued_frame = frame.load();
+  if (set) {
+    t->set = set;
+    std::lock_guard<std::mutex> lock(mutex);
+    if (std::find(active_sets.begin(), active_sets.end(), set) == active_sets.end()) active_sets.push_back(set);
+    set->pending.fetch_add(1);
+  }
+
+  const bool inline_run = count == 0 || (affinity != task::kAnyWorker && t_worker != nullptr &&
+                                         t_worker->system == this && t_worker->index == affinity);
+  if (inline_run) {
+    // Counted as running, so that waiters on its set see it.
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      running.push_back(t);
+    }
+    execute(t);
+    return;
+  }
+  {
+    std::unique_lock<std::mutex> lock(mutex);
+    if (worker_count.load() == 0 || workers[0].state.load() != 1) {
+      // The pool is stopping: the task is dropped, and doesn't hold its set back.
+      if (set) complete_one_locked(set, lock);
+      return;
+    }
+    if (affinity == task::kAnyWorker) {
+      insert_by_priority(queue, std::move(t));
+    } else {
+      std::lock_guard<std::mutex> own(workers[affinity].mutex);
+      insert_by_priority(workers[affinity].queue, std::move(t));
+    }
+  }
+  // A global task needs one worker; a bound one needs its own, so wake them all.
+  if (affinity == task::kAnyWorker)
+    work_available.notify_one();
+  else
+    work_available.notify_all();
+}
+
+void task_system::execute(const std::shared_ptr<task>& t) {
+  t->run();
+  std::vector<after_task_record> ready;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    EraseOne(running, t);
+    for (auto it = after_task.begin(); it != after_task.end();) {
+      if (it->done == t) {
+        ready.push_back(std::move(*it));
+        it = after_task.erase(it);
+      } else {
+        ++it;
+      }
+    }
+  }
+  for (after_task_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
+  if (t->set) {
+    std::unique_lock<std::mutex> lock(mutex);
+    complete_one_locked(t->set, lock);
+  }
+  task_finished.notify_all();
+}
+
+// The records fire when what they wait for completes: enter them before queueing that.
+void task_system::run_after(std::shared_ptr<task_set> done, std::shared_ptr<task> t, std::shared_ptr<task_set> set,
+                            uint8_t affinity, uint8_t priority) {
+  std::lock_guard<std::mutex> lock(mutex);
+  after_set.push_back(after_set_record{std::move(done), std::move(t), std::move(set), affinity, priority});
+}
+
+void task_system::run_after(std::shared_ptr<task> done, std::shared_ptr<task> t, std::shared_ptr<task_set> set,
+                            uint8_t affinity, uint8_t priority) {
+  std::lock_guard<std::mutex> lock(mutex);
+  after_task.push_back(after_task_record{std::move(done), std::move(t), std::move(set), affinity, priority});
+}
+
+void task_system::complete_after(std::shared_ptr<task_set> inner, std::shared_ptr<task_set> outer) {
+  add_set(outer);
+  std::lock_guard<std::mutex> lock(mutex);
+  set_after_set.emplace_back(std::move(inner), std::move(outer));
+}
+
+void task_system::add_set(const std::shared_ptr<task_set>& set) {
+  std::lock_guard<std::mutex> lock(mutex);
+  if (std::find(active_sets.begin(), active_sets.end(), set) == active_sets.end()) active_sets.push_back(set);
+  set->pending.fetch_add(1);
+}
+
+void task_system::complete_one(const std::shared_ptr<task_set>& set) {
+  std::unique_lock<std::mutex> lock(mutex);
+  complete_one_locked(set, lock);
+}
+
+void task_system::complete_one_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock) {
+  if (set->pending.fetch_sub(1) != 1) return;
+  // Keep the set alive while its records go: they may hold the last references.
+  const std::shared_ptr<task_set> keep = set;
+  std::vector<after_set_record> ready;
+  for (auto it = after_set.begin(); it != after_set.end();) {
+    if (it->done == keep) {
+      ready.push_back(std::move(*it));
+      it = after_set.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  if (!ready.empty()) {
+    lock.unlock();
+    for (after_set_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
+    lock.lock();
+  }
+  std::vector<std::shared_ptr<task_set>> outer;
+  for (auto it = set_after_set.begin(); it != set_after_set.end();) {
+    if (it->first == keep) {
+      outer.push_back(std::move(it->second));
+      it = set_after_set.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  for (const std::shared_ptr<task_set>& o : outer) complete_one_locked(o, lock);
+  std::erase(active_sets, keep);
+  task_finished.notify_all();
+}
+
+bool task_system::is_pending_locked(const std::shared_ptr<task_set>& set) {
+  auto of_set = [&](const std::shared_ptr<task>& t) { return t->set == set; };
+  if (std::any_of(queue.begin(), queue.end(), of_set) || std::any_of(running.begin(), running.end(), of_set))
+    return true;
+  for (const after_task_record& record : after_task)
+    if (record.set == set) return true;
+  for (const after_set_record& record : after_set)
+    if (record.set == set) return true;
+  for (uint32_t i = 0; i < worker_count.load(); ++i) {
+    std::lock_guard<std::mutex> own(workers[i].mutex);
+    if (std::any_of(workers[i].queue.begin(), workers[i].queue.end(), of_set)) return true;
+  }
+  return false;
+}
+
+bool task_system::is_pending(const std::shared_ptr<task_set>& set) {
+  std::lock_guard<std::mutex> lock(mutex);
+  return is_pending_locked(set);
+}
+
+bool task_system::run_one(std::unique_lock<std::mutex>& lock, const std::shared_ptr<task_set>& preferred) {
+  if (queue.empty()) return false;
+  auto at = queue.begin();
+  if (preferred) {
+    const auto of_set = std::find_if(queue.begin(), queue.end(), [&](const auto& t) { return t->set == preferred; });
+    if (of_set != queue.end()) at = of_set;
+  }
+  std::shared_ptr<task> t = std::move(*at);
+  queue.erase(at);
+  running.push_back(t);
+  lock.unlock();
+  execute(t);
+  lock.lock();
+  return true;
+}
+
+void task_system::wait(const std::shared_ptr<task_set>& set) {
+  if (!set) return;
+  std::unique_lock<std::mutex> lock(mutex);
+  // The count answers at once in the common case; the scan catches tasks still parked behind
+  // other tasks or sets, which the count doesn't include yet.
+  while (set->pending.load() > 0 || is_pending_locked(set)) {
+    if (!run_one(lock, set)) task_finished.wait(lock);
+  }
+}
+
+void task_system::wait_for_all() {
+  std::unique_lock<std::mutex> lock(mutex);
+  for (;;) {
+    size_t outstanding = queue.size() + running.size() + after_set.size() + after_task.size();
+    for (uint32_t i = 0; i < worker_count.load(); ++i) {
+      std::lock_guard<std::mutex> own(workers[i].mutex);
+      outstanding += workers[i].queue.size();
+    }
+    if (outstanding == 0) return;
+    if (!run_one(lock, nullptr)) task_finished.wait(lock);
+  }
+}
+
+void task_system::age_worker_tasks(uint32_t count, uint32_t worker_index) {
+  std::lock_guard<std::mutex> lock(mutex);
+  if (worker_index >= worker_count.load()) return;
+  worker& w = workers[worker_index];
+  std::lock_guard<std::mutex> own(w.mutex);
+  const uint32_t now = frame.load();
+  std::vector<std::shared_ptr<task>> moved;
+  for (auto it = w.queue.begin(); it != w.queue.end() && moved.size() < count;) {
+    if (now - (*it)->queued_frame > 2) {
+      moved.push_back(std::move(*it));
+      it = w.queue.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  for (std::shared_ptr<task>& t : moved) {
+    t->aged_frame = now;
+    const auto equal = std::find_if(w.queue.begin(), w.queue.end(), [&](const auto& q) { return q->priority == t->priority; });
+    if (t->priority < 255) ++t->priority;
+    w.queue.insert(equal, std::move(t));
+  }
+}
+
+void task_system::age_tasks(uint32_t count) {
+  for (uint32_t i = 0; i < worker_count.load(); ++i) age_worker_tasks(count, i);
+}
+
+int32_t task_system::current_worker() const {
+  return t_worker != nullptr && t_worker->system == this ? int32_t(t_worker->index) : -1;
+}
+
+void task_system::stop() {
+  const uint32_t count = worker_count.load();
+  if (count == 0) return;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (t_worker == &workers[i]) throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    workers[i].state.store(2);
+  }
+  for (;;) {
+    bool all_left = true;
+    for (uint32_t i = 0; i < count; ++i) all_left = all_left && workers[i].state.load() == 0;
+    if (all_left) break;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+    }
+    work_available.notify_all();
+    std::this_thread::yield();
+  }
+  for (uint32_t i = 0; i < count; ++i)
+    if (workers[i].thread.joinable()) workers[i].thread.join();
+  std::lock_guard<std::mutex> lock(mutex);
+  after_set.clear();
+  after_task.clear();
+  set_after_set.clear();
+  queue.clear();
+  for (uint32_t i = 0; i < count; ++i) workers[i].queue.clear();
+  worker_count.store(0);
+  workers.reset();
+}
+
+} // namespace tv

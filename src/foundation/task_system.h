@@ -1,0 +1,122 @@
+#pragma once
+// A fixed pool of worker threads. Tasks go to a global queue that any worker takes from, or to one
+// worker's own queue; both are ordered by priority (equal priorities in queueing order). Tasks
+// bound to a worker age with the frames so they can't starve. A thread waiting on a set runs global
+// tasks instead of sleeping.
+//
+// Every operation may be called from any thread, workers included; `run` of a task is called with
+// no lock held, so tasks may queue tasks and wait. Lock order: `mutex`, then a worker's mutex.
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "foundation/task.h"
+
+namespace tv {
+
+class task_system {
+public:
+  struct worker {
+    uint32_t index = 0;
+    task_system* system = nullptr;
+    std::thread thread;
+    std::atomic<int> state{0};  // 0 not started, 1 running, 2 stop requested
+    std::mutex mutex;
+    std::vector<std::shared_ptr<task>> queue;
+  };
+
+  task_system() = default;
+  ~task_system();
+  task_system(const task_system&) = delete;
+  task_system& operator=(const task_system&) = delete;
+
+  // Starts `count` workers (0: one per logical processor of this process's CPU affinity) and
+  // returns once all run. False if already started.
+  bool start(uint32_t count);
+  // Stops and joins the workers; tasks still queued are dropped, not run.
+  void stop();
+
+  // Queues `t` as a member of `set` (may be null) for worker `affinity` (255: any) at `priority`.
+  // Without workers, or when bound to the calling worker itself, it runs at once on this thread.
+  void run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> set, uint8_t affinity, uint8_t priority);
+  // Queues `t` with the set, affinity and priority that it holds.
+  void run_task(std::shared_ptr<task> t);
+  // Queues `t` when every task of `done` has finished. Records fire when what they wait for
+  // completes, so enter them before queueing that.
+  void run_after(std::shared_ptr<task_set> done, std::shared_ptr<task> t, std::shared_ptr<task_set> set,
+                 uint8_t affinity, uint8_t priority);
+  // Queues `t` when the task `done` has run.
+  void run_after(std::shared_ptr<task> done, std::shared_ptr<task> t, std::shared_ptr<task_set> set,
+                 uint8_t affinity, uint8_t priority);
+  // Nests `inner` in `outer`: `outer` counts one more pending member until `inner` is done
+  // (enter it before `inner` can complete).
+  void complete_after(std::shared_ptr<task_set> inner, std::shared_ptr<task_set> outer);
+
+  // Enters `set` among the active sets and counts one more pending member on it.
+  void add_set(const std::shared_ptr<task_set>& set);
+  // Counts one member of `set` done; at the last, releases what waits for the set.
+  void complete_one(const std::shared_ptr<task_set>& set);
+  // Whether a task of `set` is queued, running or waiting for another task or set.
+  bool is_pending(const std::shared_ptr<task_set>& set);
+  // Returns when `set` is done, running global tasks on this thread meanwhile.
+  void wait(const std::shared_ptr<task_set>& set);
+  // Returns when nothing is queued, running or waiting anywhere, helping meanwhile.
+  void wait_for_all();
+
+  // Moves up to `count` tasks waiting more than two frames on a worker one step of priority up.
+  void age_worker_tasks(uint32_t count, uint32_t worker_index);
+  void age_tasks(uint32_t count);
+
+  uint32_t get_worker_count() const { return worker_count.load(); }
+  // Index of the worker running the calling thread, or -1 when it isn't one of this pool's.
+  int32_t current_worker() const;
+
+  std::mutex mutex;
+  std::condition_variable work_available;
+  std::condition_variable task_finished;
+  std::vector<std::shared_ptr<task>> queue;
+  std::vector<std::shared_ptr<task>> running;
+  std::vector<std::shared_ptr<task_set>> active_sets;
+
+  struct after_set_record {
+    std::shared_ptr<task_set> done;
+    std::shared_ptr<task> next;
+    std::shared_ptr<task_set> set;
+    uint8_t affinity;
+    uint8_t priority;
+  };
+  struct after_task_record {
+    std::shared_ptr<task> done;
+    std::shared_ptr<task> next;
+    std::shared_ptr<task_set> set;
+    uint8_t affinity;
+    uint8_t priority;
+  };
+  std::vector<after_set_record> after_set;
+  std::vector<after_task_record> after_task;
+  std::vector<std::pair<std::shared_ptr<task_set>, std::shared_ptr<task_set>>> set_after_set;  // (done, outer)
+
+  std::atomic<uint32_t> worker_count{0};
+  std::unique_ptr<worker[]> workers;
+  std::atomic<uint32_t> frame{0};
+
+private:
+  void worker_loop(worker& self);
+  std::shared_ptr<task> take_task(worker& self);
+  void execute(const std::shared_ptr<task>& t);
+  void complete_one_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock);
+  bool is_pending_locked(const std::shared_ptr<task_set>& set);
+  // Takes the first global task (or the first of `preferred`) and runs it with `lock` released.
+  bool run_one(std::unique_lock<std::mutex>& lock, const std::shared_ptr<task_set>& preferred);
+  static void insert_by_priority(std::vector<std::shared_ptr<task>>& queue, std::shared_ptr<task> t);
+};
+
+// Logical processors this process may run on.
+uint32_t GetLogicalProcessorCount();
+
+} // namespace tv
