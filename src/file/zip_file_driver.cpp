@@ -2,10 +2,12 @@
 
 #include <minizip/unzip.h>
 
+#include <algorithm>
 #include <climits>
 #include <new>
 #include <vector>
 
+#include "file/detail/zip_crypto.h"
 #include "file/file_handle_segment.h"
 #include "file/path.h"
 #include "foundation/log.h"
@@ -66,36 +68,25 @@ private:
 
 ZipHandle* ZipHandleOf(FileHandle& handle) { return dynamic_cast<ZipHandle*>(&handle); }
 
-// Traditional zip encryption: the last of the 12 header bytes, decrypted, must equal the high byte
-// of the entry's CRC (or of its time, for entries written with a data descriptor). minizip itself
-// doesn't check, and would inflate garbage from a wrong password.
-bool PasswordMatches(FileHandle& archive, uint64_t header_position, const unz_file_info& info,
-                     const std::string& password) {
-  uint8_t header[12] = {};
-  {
-    std::lock_guard<std::recursive_mutex> lock(archive.mutex);
-    const uint32_t remembered = archive.Tell();
-    const bool read = header_position <= uint64_t(INT32_MAX) &&
-                      archive.Seek(int(header_position), SeekRef::Start) == 0 && archive.Read(header, 12) == 12;
-    archive.Seek(int(remembered), SeekRef::Start);
-    if (!read) return false;
-  }
-  const z_crc_t* table = get_crc_table();
-  uint32_t keys[3] = {305419896u, 591751049u, 878082192u};
-  auto update = [&](uint8_t c) {
-    keys[0] = table[(keys[0] ^ c) & 0xff] ^ (keys[0] >> 8);
-    keys[1] = (keys[1] + (keys[0] & 0xff)) * 134775813u + 1;
-    keys[2] = table[(keys[2] ^ (keys[1] >> 24)) & 0xff] ^ (keys[2] >> 8);
-  };
-  for (const char c : password) update(uint8_t(c));
-  uint8_t plain = 0;
-  for (const uint8_t cipher : header) {
-    const uint32_t temp = (keys[2] & 0xffff) | 2;
-    plain = cipher ^ uint8_t((temp * (temp ^ 1)) >> 8);
-    update(plain);
-  }
-  const uint8_t expected = (info.flag & 8) != 0 ? uint8_t(info.dosDate >> 8) : uint8_t(info.crc >> 24);
-  return plain == expected;
+// `count` bytes of the archive at `position`, read under the handle's lock and with its position
+// put back, as a segment does.
+bool ReadRaw(FileHandle& archive, uint64_t position, uint64_t count, std::vector<uint8_t>& out) {
+  if (position + count > uint64_t(INT32_MAX)) return false;
+  out.resize(size_t(count));
+  std::lock_guard<std::recursive_mutex> lock(archive.mutex);
+  const uint32_t remembered = archive.Tell();
+  const bool read = archive.Seek(int(position), SeekRef::Start) == 0 && archive.Read(out.data(), uint32_t(count)) == count;
+  archive.Seek(int(remembered), SeekRef::Start);
+  return read;
+}
+
+// The current entry's info and whole name (names may be longer than any fixed buffer).
+bool CurrentEntry(unzFile zip, unz_file_info& info, std::string& name) {
+  if (unzGetCurrentFileInfo(zip, &info, nullptr, 0, nullptr, 0, nullptr, 0) != UNZ_OK) return false;
+  name.assign(info.size_filename + 1, '\0');
+  if (unzGetCurrentFileInfo(zip, &info, name.data(), uLong(name.size()), nullptr, 0, nullptr, 0) != UNZ_OK) return false;
+  name.resize(info.size_filename);
+  return true;
 }
 
 } // namespace
@@ -119,6 +110,14 @@ bool ZipFileDriver::SetArchive(std::shared_ptr<FileHandle> handle, const std::st
   archive_handle = nullptr;
   archive_owner.reset();
   index_.clear();
+  boundaries_.clear();
+  // Entries unpacked from the old archive stay with the handles open on them; the new archive's
+  // entries must never be served from there.
+  if (!unpacked.empty()) {
+    retired_.push_back(RetiredStore{memory_driver, std::move(unpacked)});
+    unpacked.clear();
+    memory_driver = std::make_shared<MemoryFileDriver>();
+  }
   if (!handle) return true;
 
   archive_owner = std::move(handle);
@@ -134,16 +133,23 @@ bool ZipFileDriver::SetArchive(std::shared_ptr<FileHandle> handle, const std::st
 
 void ZipFileDriver::IndexEntries() {
   unzFile zip = static_cast<unzFile>(archive);
+  uint64_t directory_start = UINT64_MAX;
   for (int status = unzGoToFirstFile(zip); status == UNZ_OK; status = unzGoToNextFile(zip)) {
-    char name[513];
     unz_file_info info;
     unz_file_pos position;
-    if (unzGetCurrentFileInfo(zip, &info, name, sizeof(name) - 1, nullptr, 0, nullptr, 0) != UNZ_OK) break;
-    if (unzGetFilePos(zip, &position) != UNZ_OK) break;
-    name[sizeof(name) - 1] = '\0';
+    std::string name;
+    if (!CurrentEntry(zip, info, name) || unzGetFilePos(zip, &position) != UNZ_OK) break;
     // The first of several entries with one name wins, as a scan from the start would find it.
     index_.try_emplace(name, EntryPosition{position.pos_in_zip_directory, position.num_of_file});
+    // The local header's offset stands at byte 42 of the entry's directory record.
+    std::vector<uint8_t> record;
+    if (ReadRaw(*archive_handle, position.pos_in_zip_directory, 46, record))
+      boundaries_.push_back(uint64_t(record[42]) | uint64_t(record[43]) << 8 | uint64_t(record[44]) << 16 |
+                            uint64_t(record[45]) << 24);
+    directory_start = std::min<uint64_t>(directory_start, position.pos_in_zip_directory);
   }
+  if (directory_start != UINT64_MAX) boundaries_.push_back(directory_start);
+  std::sort(boundaries_.begin(), boundaries_.end());
 }
 
 bool ZipFileDriver::Locate(const std::string& name) {
@@ -155,7 +161,8 @@ bool ZipFileDriver::Locate(const std::string& name) {
 
 uint32_t ZipFileDriver::GetCaps() { return 11; }
 
-std::shared_ptr<FileHandle> ZipFileDriver::MapStored(const std::string& path, uint64_t compressed, uint64_t size) {
+std::shared_ptr<FileHandle> ZipFileDriver::MapStored(const std::string& path, uint64_t compressed, uint64_t size,
+                                                     uint64_t flag) {
   unzFile zip = static_cast<unzFile>(archive);
   if (unzOpenCurrentFile(zip) != UNZ_OK) {
     error(format("Failed to open file '%1'").arg(path));
@@ -163,8 +170,15 @@ std::shared_ptr<FileHandle> ZipFileDriver::MapStored(const std::string& path, ui
   }
   const uint64_t position = unzGetCurrentFileZStreamPos64(zip);
   unzCloseCurrentFile(zip);
-  // A stored entry is its own bytes: sizes that disagree, or a window past the archive's end, lie.
-  if (compressed != size || position + size > archive_handle->GetSize()) {
+  // A stored entry is its own bytes, and they end where the next entry's header (or the
+  // directory) begins, but for a data descriptor. Sizes that disagree, or a window that runs into
+  // what follows or stops short of it, lie.
+  const uint64_t end = position + size;
+  const auto next = std::lower_bound(boundaries_.begin(), boundaries_.end(), position);
+  const uint64_t limit = next != boundaries_.end() ? *next : archive_handle->GetSize();
+  const uint64_t gap = limit >= end ? limit - end : UINT64_MAX;
+  const bool descriptor = (flag & 8) != 0 && (gap == 12 || gap == 16 || gap == 20 || gap == 24);
+  if (compressed != size || end > archive_handle->GetSize() || (gap != 0 && !descriptor)) {
     error(format("Failed to read file '%1'").arg(path));
     return nullptr;
   }
@@ -188,32 +202,45 @@ bool ZipFileDriver::Unpack(const std::string& path, const unz_file_info& info) {
     return false;
   }
   if ((info.flag & 1) != 0) {
-    // Without a password (or with a wrong one) an encrypted entry can't be opened.
-    bool matches = false;
-    if (!password.empty() && unzOpenCurrentFile(zip) == UNZ_OK) {
-      const uint64_t header = unzGetCurrentFileZStreamPos64(zip);
-      unzCloseCurrentFile(zip);
-      matches = PasswordMatches(*archive_handle, header, info, password);
-    }
-    if (!matches) {
+    if (!UnpackEncrypted(path, info, buffer)) return false;
+  } else {
+    if (unzOpenCurrentFile(zip) != UNZ_OK) {
       error(format("Failed to open file '%1'").arg(path));
       return false;
     }
-  }
-  const int opened = password.empty() ? unzOpenCurrentFile(zip) : unzOpenCurrentFilePassword(zip, password.c_str());
-  if (opened != UNZ_OK) {
-    error(format("Failed to open file '%1'").arg(path));
-    return false;
-  }
-  const int got = size == 0 ? 0 : unzReadCurrentFile(zip, buffer.data(), unsigned(size));
-  // Closing checks the CRC of what was read: damaged data fails here.
-  const int closed = unzCloseCurrentFile(zip);
-  if (got < 0 || uint64_t(got) != size || closed != UNZ_OK) {
-    error(format("Failed to read file '%1'").arg(path));
-    return false;
+    const int got = size == 0 ? 0 : unzReadCurrentFile(zip, buffer.data(), unsigned(size));
+    // Closing checks the CRC of what was read: damaged data fails here.
+    const int closed = unzCloseCurrentFile(zip);
+    if (got < 0 || uint64_t(got) != size || closed != UNZ_OK) {
+      error(format("Failed to read file '%1'").arg(path));
+      return false;
+    }
   }
   std::shared_ptr<FileHandle> writer = memory_driver->Open(path, FileMode::Write);
   return writer && writer->Write(buffer.data(), uint32_t(size)) == size;
+}
+
+bool ZipFileDriver::UnpackEncrypted(const std::string& path, const unz_file_info& info, std::vector<uint8_t>& plain) {
+  unzFile zip = static_cast<unzFile>(archive);
+  // Opened without a password, the entry's stream starts at its encryption header.
+  std::vector<uint8_t> raw;
+  bool have_raw = false;
+  if (!password.empty() && unzOpenCurrentFile(zip) == UNZ_OK) {
+    const uint64_t start = unzGetCurrentFileZStreamPos64(zip);
+    unzCloseCurrentFile(zip);
+    have_raw = ReadRaw(*archive_handle, start, info.compressed_size, raw);
+  }
+  const uint8_t check = (info.flag & 8) != 0 ? uint8_t(info.dosDate >> 8) : uint8_t(info.crc >> 24);
+  const detail::DecryptResult result =
+      have_raw ? detail::DecryptEntry(raw, password, check, int(info.compression_method), uint32_t(info.crc),
+                                      uint32_t(info.uncompressed_size), plain)
+               : detail::DecryptResult::WrongPassword;
+  if (result == detail::DecryptResult::Ok) return true;
+  if (result == detail::DecryptResult::Damaged)
+    error(format("Failed to read file '%1'").arg(path));
+  else
+    error(format("Failed to open file '%1'").arg(path));
+  return false;
 }
 
 std::shared_ptr<FileHandle> ZipFileDriver::Open(const std::string& path, FileMode mode) {
@@ -236,7 +263,7 @@ std::shared_ptr<FileHandle> ZipFileDriver::Open(const std::string& path, FileMod
     }
     const bool encrypted = (info.flag & 1) != 0;
     if (info.compression_method == 0 && !encrypted)
-      return MapStored(clean, info.compressed_size, info.uncompressed_size);
+      return MapStored(clean, info.compressed_size, info.uncompressed_size, info.flag);
     // Encrypted entries, stored ones included, go through unpacking: their bytes need decrypting.
     if (!Unpack(clean, info)) return nullptr;
     inner = memory_driver->Open(clean, FileMode::Read);
@@ -245,6 +272,7 @@ std::shared_ptr<FileHandle> ZipFileDriver::Open(const std::string& path, FileMod
 
   auto handle = std::make_shared<ZipHandle>(shared_from_this());
   handle->inner = std::move(inner);
+  handle->store = memory_driver;
   UnpackedEntry& entry = unpacked.try_emplace(clean, UnpackedEntry{clean, 0}).first->second;
   ++entry.use_count;
   handle->entry = &entry;
@@ -260,12 +288,24 @@ void ZipFileDriver::Close(FileHandle& handle) {
   if (own->mapped && own->entry != nullptr && --own->entry->use_count == 0) {
     const std::string path = own->entry->path;
     own->inner.reset();
-    memory_driver->Delete(path);
-    unpacked.erase(path);
+    if (own->store == memory_driver) {
+      memory_driver->Delete(path);
+      unpacked.erase(path);
+    } else {
+      // An entry of an archive this driver has since left.
+      for (auto it = retired_.begin(); it != retired_.end(); ++it) {
+        if (it->memory != own->store) continue;
+        it->memory->Delete(path);
+        it->entries.erase(path);
+        if (it->entries.empty()) retired_.erase(it);
+        break;
+      }
+    }
   }
   own->mapped = false;
   own->entry = nullptr;
   own->inner.reset();
+  own->store.reset();
 }
 
 bool ZipFileDriver::Delete(const std::string&) { return false; }
@@ -303,21 +343,21 @@ std::vector<DirEntry> ZipFileDriver::Dir(const std::string& path, const std::str
   std::vector<DirEntry> entries;
   unzFile zip = static_cast<unzFile>(archive);
   if (zip == nullptr) return entries;
+  // A folder, not a prefix of names: "sub" must not list "sub.txt" or "subway/".
+  const std::string folder = path.empty() || path.back() == '/' ? path : path + "/";
   for (int status = unzGoToFirstFile(zip); status == UNZ_OK; status = unzGoToNextFile(zip)) {
-    char name[513];
     unz_file_info info;
-    if (unzGetCurrentFileInfo(zip, &info, name, sizeof(name) - 1, nullptr, 0, nullptr, 0) != UNZ_OK) break;
-    name[sizeof(name) - 1] = '\0';
-    const std::string full = name;
-    if (!starts_with(full, path)) continue;
-    const std::string rest = lstrip(full.substr(path.size()), "/");
+    std::string full;
+    if (!CurrentEntry(zip, info, full)) break;
+    if (!starts_with(full, folder)) continue;
+    const std::string rest = lstrip(full.substr(folder.size()), "/");
     const size_t slash = rest.find('/');
     if (slash != std::string::npos) {
       if (filter == kDirFiles) continue;
-      const std::string folder = rest.substr(0, slash);
+      const std::string name = rest.substr(0, slash);
       bool listed = false;
-      for (const DirEntry& entry : entries) listed = listed || entry.name == folder;
-      if (!listed) entries.push_back(DirEntry{DirEntry::kDirectory, folder});
+      for (const DirEntry& entry : entries) listed = listed || entry.name == name;
+      if (!listed) entries.push_back(DirEntry{DirEntry::kDirectory, name});
     } else if (filter != kDirDirectories && !rest.empty() && match_wildcard(rest, wildcard)) {
       entries.push_back(DirEntry{DirEntry::kFile, rest});
     }

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 #include <mutex>
 #include <string>
 
@@ -36,6 +37,7 @@ public:
   std::shared_ptr<FileHandle> inner;
   UnpackedEntry* entry = nullptr;
   bool mapped = false;
+  std::shared_ptr<MemoryFileDriver> store;  // where the unpacked bytes are
 };
 
 class ZipFileDriver : public FileDriver {
@@ -83,9 +85,19 @@ private:
   bool Locate(const std::string& name);
 
   std::unordered_map<std::string, EntryPosition> index_;
+  // Local header offsets of all entries and the directory's start, sorted: where a stored
+  // entry's bytes end.
+  std::vector<uint64_t> boundaries_;
+  // Entries still open from archives this driver has left.
+  struct RetiredStore {
+    std::shared_ptr<MemoryFileDriver> memory;
+    std::map<std::string, UnpackedEntry> entries;
+  };
+  std::vector<RetiredStore> retired_;
 
-  std::shared_ptr<FileHandle> MapStored(const std::string& path, uint64_t compressed, uint64_t size);
+  std::shared_ptr<FileHandle> MapStored(const std::string& path, uint64_t compressed, uint64_t size, uint64_t flag);
   bool Unpack(const std::string& path, const unz_file_info_s& info);
+  bool UnpackEncrypted(const std::string& path, const unz_file_info_s& info, std::vector<uint8_t>& plain);
 };
 
 } // namespace tv

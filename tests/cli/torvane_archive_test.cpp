@@ -115,8 +115,7 @@ TEST_F(TorvaneArchive, ZipCatPrintsWhatUnzipPrints) {
   }
 }
 
-// Fails while the zip driver can't decrypt (see ZipPasswordTest in tests/file).
-TEST_F(TorvaneArchive, DISABLED_ZipCatOpensEncryptedEntriesWithThePassword) {
+TEST_F(TorvaneArchive, ZipCatOpensEncryptedEntriesWithThePassword) {
   for (const std::string entry : {"a.txt", "sub/numbers.txt", "sub/deep/c.bin"}) {
     const Result cat = Torvane("zip cat '" + Path("enc.zip") + "' " + entry + " --password secret");
     EXPECT_EQ(cat.status, 0) << entry << cat.err;
