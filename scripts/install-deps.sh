@@ -14,6 +14,7 @@ packages=(
   zlib1g-dev libminizip-dev             # zip archives and the embedded core archive
   sox libsox-fmt-all                    # real WAV peer of the decoder tests
   libsndfile1-dev                       # peer of the WAV decoding benchmark
+  libtbb-dev                            # peer of the task system benchmark
   binutils zip unzip python3           # real archives for the zip tests and benchmarks
 )
 

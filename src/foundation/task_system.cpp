@@ -57,24 +57,30 @@ bool task_system::start(uint32_t count) {
   return true;
 }
 
+// One lock round per task: the worker finishes a task's bookkeeping and takes the next one under
+// the same hold of `mutex`.
 void task_system::worker_loop(worker& self) {
   SetCurrentThreadName(format("Task worker #%1").arg(self.index));
   t_worker = &self;
   self.state.store(1);
+  std::unique_lock<std::mutex> lock(mutex);
   for (;;) {
-    std::shared_ptr<task> t = take_task(self);
-    if (t) {
-      execute(t);
-    } else if (self.state.load() != 1) {
-      break;
+    std::shared_ptr<task> t = take_task(self, lock);
+    if (!t) {
+      if (self.state.load() != 1) break;
+      continue;
     }
+    lock.unlock();
+    t->run();
+    lock.lock();
+    finish_task(t, lock);
   }
+  lock.unlock();
   t_worker = nullptr;
   self.state.store(0);
 }
 
-std::shared_ptr<task> task_system::take_task(worker& self) {
-  std::unique_lock<std::mutex> lock(mutex);
+std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std::mutex>& lock) {
   for (;;) {
     bool own_empty;
     {
@@ -89,18 +95,18 @@ std::shared_ptr<task> task_system::take_task(worker& self) {
     std::lock_guard<std::mutex> own(self.mutex);
     if (!self.queue.empty()) {
       t = std::move(self.queue.front());
-      self.queue.erase(self.queue.begin());
+      self.queue.pop_front();
     }
   }
   if (!t && !queue.empty()) {
     t = std::move(queue.front());
-    queue.erase(queue.begin());
+    queue.pop_front();
   }
   if (t) running.push_back(t);
   return t;
 }
 
-void task_system::insert_by_priority(std::vector<std::shared_ptr<task>>& tasks, std::shared_ptr<task> t) {
+void task_system::insert_by_priority(std::deque<std::shared_ptr<task>>& tasks, std::shared_ptr<task> t) {
   // Behind the last task of equal or higher priority: equal priorities keep queueing order.
   auto at = tasks.end();
   while (at != tasks.begin() && (*(at - 1))->priority < t->priority) --at;
@@ -121,51 +127,52 @@ void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> se
   t->affinity = affinity;
   t->priority = priority;
   t->queued_frame = frame.load();
-  if (set) {
-    t->set = set;
-    std::lock_guard<std::mutex> lock(mutex);
-    if (std::find(active_sets.begin(), active_sets.end(), set) == active_sets.end()) active_sets.push_back(set);
-    set->pending.fetch_add(1);
-  }
-
+  if (set) t->set = set;
   const bool inline_run = count == 0 || (affinity != task::kAnyWorker && t_worker != nullptr &&
                                          t_worker->system == this && t_worker->index == affinity);
-  if (inline_run) {
-    // Counted as running, so that waiters on its set see it.
-    {
-      std::lock_guard<std::mutex> lock(mutex);
-      running.push_back(t);
-    }
-    execute(t);
-    return;
-  }
+  bool helpers_waiting = false;
   {
     std::unique_lock<std::mutex> lock(mutex);
-    if (worker_count.load() == 0 || workers[0].state.load() != 1) {
+    if (set) {
+      if (std::find(active_sets.begin(), active_sets.end(), set) == active_sets.end()) active_sets.push_back(set);
+      set->pending.fetch_add(1);
+    }
+    if (inline_run) {
+      // Counted as running, so that waiters on its set see it.
+      running.push_back(t);
+    } else if (worker_count.load() == 0 || workers[0].state.load() != 1) {
       // The pool is stopping: the task is dropped, and doesn't hold its set back.
       if (set) complete_one_locked(set, lock);
       return;
-    }
-    if (affinity == task::kAnyWorker) {
-      insert_by_priority(queue, std::move(t));
+    } else if (affinity == task::kAnyWorker) {
+      insert_by_priority(queue, t);
+      helpers_waiting = waiters_ != 0;
     } else {
       std::lock_guard<std::mutex> own(workers[affinity].mutex);
-      insert_by_priority(workers[affinity].queue, std::move(t));
+      insert_by_priority(workers[affinity].queue, t);
     }
   }
-  // A global task needs one worker; a bound one needs its own, so wake them all.
-  if (affinity == task::kAnyWorker)
+  if (inline_run) {
+    execute(t);
+  } else if (affinity == task::kAnyWorker) {
     work_available.notify_one();
-  else
-    work_available.notify_all();
+    // A thread waiting on a set helps with global work rather than sleep beside it.
+    if (helpers_waiting) task_finished.notify_one();
+  } else {
+    work_available.notify_all();  // only that worker can take it: make sure it is among the woken
+  }
 }
 
 void task_system::execute(const std::shared_ptr<task>& t) {
   t->run();
-  std::vector<after_task_record> ready;
-  {
-    std::lock_guard<std::mutex> lock(mutex);
-    EraseOne(running, t);
+  std::unique_lock<std::mutex> lock(mutex);
+  finish_task(t, lock);
+}
+
+void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock) {
+  EraseOne(running, t);
+  if (!after_task.empty()) {
+    std::vector<after_task_record> ready;
     for (auto it = after_task.begin(); it != after_task.end();) {
       if (it->done == t) {
         ready.push_back(std::move(*it));
@@ -174,13 +181,16 @@ void task_system::execute(const std::shared_ptr<task>& t) {
         ++it;
       }
     }
+    if (!ready.empty()) {
+      lock.unlock();
+      for (after_task_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
+      lock.lock();
+    }
   }
-  for (after_task_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
-  if (t->set) {
-    std::unique_lock<std::mutex> lock(mutex);
-    complete_one_locked(t->set, lock);
-  }
-  task_finished.notify_all();
+  if (t->set) complete_one_locked(t->set, lock);
+  // Sleepers wait for a set to complete (complete_one wakes them) or for the pool to go idle;
+  // waking them at every task would cost a context switch per task.
+  if (waiters_ != 0 && running.empty() && queue.empty()) task_finished.notify_all();
 }
 
 // The records fire when what they wait for completes: enter them before queueing that.
@@ -242,7 +252,7 @@ void task_system::complete_one_locked(const std::shared_ptr<task_set>& set, std:
   }
   for (const std::shared_ptr<task_set>& o : outer) complete_one_locked(o, lock);
   std::erase(active_sets, keep);
-  task_finished.notify_all();
+  if (waiters_ != 0) task_finished.notify_all();
 }
 
 bool task_system::is_pending_locked(const std::shared_ptr<task_set>& set) {
@@ -287,7 +297,7 @@ void task_system::wait(const std::shared_ptr<task_set>& set) {
   // The count answers at once in the common case; the scan catches tasks still parked behind
   // other tasks or sets, which the count doesn't include yet.
   while (set->pending.load() > 0 || is_pending_locked(set)) {
-    if (!run_one(lock, set)) task_finished.wait(lock);
+    if (!run_one(lock, set)) sleep_until_a_task_finishes(lock);
   }
 }
 
@@ -300,8 +310,14 @@ void task_system::wait_for_all() {
       outstanding += workers[i].queue.size();
     }
     if (outstanding == 0) return;
-    if (!run_one(lock, nullptr)) task_finished.wait(lock);
+    if (!run_one(lock, nullptr)) sleep_until_a_task_finishes(lock);
   }
+}
+
+void task_system::sleep_until_a_task_finishes(std::unique_lock<std::mutex>& lock) {
+  ++waiters_;
+  task_finished.wait(lock);
+  --waiters_;
 }
 
 void task_system::age_worker_tasks(uint32_t count, uint32_t worker_index) {

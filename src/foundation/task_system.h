@@ -10,6 +10,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -27,7 +28,7 @@ public:
     std::thread thread;
     std::atomic<int> state{0};  // 0 not started, 1 running, 2 stop requested
     std::mutex mutex;
-    std::vector<std::shared_ptr<task>> queue;
+    std::deque<std::shared_ptr<task>> queue;  // sorted by priority
   };
 
   task_system() = default;
@@ -79,7 +80,8 @@ public:
   std::mutex mutex;
   std::condition_variable work_available;
   std::condition_variable task_finished;
-  std::vector<std::shared_ptr<task>> queue;
+  // Queues are deques: taken from the front, inserted by priority from the back.
+  std::deque<std::shared_ptr<task>> queue;
   std::vector<std::shared_ptr<task>> running;
   std::vector<std::shared_ptr<task_set>> active_sets;
 
@@ -106,14 +108,21 @@ public:
   std::atomic<uint32_t> frame{0};
 
 private:
+  uint32_t waiters_ = 0;  // threads asleep on task_finished; guarded by `mutex`
+
+  void sleep_until_a_task_finishes(std::unique_lock<std::mutex>& lock);
   void worker_loop(worker& self);
-  std::shared_ptr<task> take_task(worker& self);
+  // With `mutex` held: the next task for `self`, waiting for one; null when asked to stop.
+  std::shared_ptr<task> take_task(worker& self, std::unique_lock<std::mutex>& lock);
+  // Runs `t` and does its bookkeeping.
   void execute(const std::shared_ptr<task>& t);
+  // With `mutex` held, after `t` ran: releases its followers and counts it done in its set.
+  void finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock);
   void complete_one_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock);
   bool is_pending_locked(const std::shared_ptr<task_set>& set);
   // Takes the first global task (or the first of `preferred`) and runs it with `lock` released.
   bool run_one(std::unique_lock<std::mutex>& lock, const std::shared_ptr<task_set>& preferred);
-  static void insert_by_priority(std::vector<std::shared_ptr<task>>& queue, std::shared_ptr<task> t);
+  static void insert_by_priority(std::deque<std::shared_ptr<task>>& queue, std::shared_ptr<task> t);
 };
 
 // Logical processors this process may run on.
