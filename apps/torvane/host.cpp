@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "file/std_file_driver.h"
+#include "foundation/log.h"
 #include "plugin/core_globals.h"
 #include "plugin/plugin_description.h"
 
@@ -56,6 +57,10 @@ Host::~Host() {
 }
 
 bool Host::LoadPlugin(const std::string& file_name, std::string& why) {
+  if (plugin_loaded_) {
+    why = "a plugin is loaded already";
+    return false;
+  }
   const std::string path = GetExecutableFolder() + file_name;
   if (!plugin_.Open(path)) {
     why = plugin_.GetError();
@@ -74,10 +79,18 @@ bool Host::LoadPlugin(const std::string& file_name, std::string& why) {
     plugin_.Close();
     return false;
   }
+  const size_t slots_before = imgui_signals_.on_context_change.GetSlotCount();
   const CoreGlobals table = GetCoreGlobals();
   if (load(&table) != 0) {
-    why = "the plugin failed while initializing";
+    // What the plugin left in the host's registries runs its code: take it out before unmapping.
+    {
+      std::lock_guard<std::mutex> lock(imgui_signals_.on_context_change.mutex);
+      imgui_signals_.on_context_change.slots.resize(slots_before);
+    }
+    codecs_.clear();
     plugin_.Close();
+    error(format("Plugin failed while initializing ('%1')").arg(path));
+    why = "the plugin failed while initializing";
     return false;
   }
   plugin_loaded_ = true;

@@ -11,9 +11,15 @@ FileHandleSegment::FileHandleSegment(std::shared_ptr<FileDriver> driver, FileHan
 
 uint32_t FileHandleSegment::GetSize() { return size; }
 
-bool FileHandleSegment::IsEOF() { return cursor >= size; }
+bool FileHandleSegment::IsEOF() {
+  std::lock_guard<std::recursive_mutex> lock(mutex);
+  return cursor >= size;
+}
 
-uint32_t FileHandleSegment::Tell() { return cursor; }
+uint32_t FileHandleSegment::Tell() {
+  std::lock_guard<std::recursive_mutex> lock(mutex);
+  return cursor;
+}
 
 int FileHandleSegment::Seek(int seek_offset, SeekRef ref) {
   std::lock_guard<std::recursive_mutex> lock(mutex);

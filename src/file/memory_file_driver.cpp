@@ -51,6 +51,7 @@ int32_t MemoryFileDriver::Tell(FileHandle& handle) {
 int32_t MemoryFileDriver::Seek(FileHandle& handle, int32_t offset, SeekRef ref) {
   IOMemoryHandle* own = MemoryHandleOf(handle);
   if (own == nullptr || !own->file) return -1;
+  std::lock_guard<std::mutex> lock(own->file->mutex);
   const int64_t size = own->file->size;
   int64_t target = ref == SeekRef::Start ? offset : ref == SeekRef::Current ? int64_t(own->position) + offset : size - offset;
   own->position = uint32_t(std::clamp<int64_t>(target, 0, size));
@@ -59,18 +60,23 @@ int32_t MemoryFileDriver::Seek(FileHandle& handle, int32_t offset, SeekRef ref) 
 
 uint32_t MemoryFileDriver::Size(FileHandle& handle) {
   IOMemoryHandle* own = MemoryHandleOf(handle);
-  return own && own->file ? own->file->size : 0;
+  if (own == nullptr || !own->file) return 0;
+  std::lock_guard<std::mutex> lock(own->file->mutex);
+  return own->file->size;
 }
 
 bool MemoryFileDriver::IsEOF(FileHandle& handle) {
   IOMemoryHandle* own = MemoryHandleOf(handle);
-  return own == nullptr || !own->file || own->position >= own->file->size;
+  if (own == nullptr || !own->file) return true;
+  std::lock_guard<std::mutex> lock(own->file->mutex);
+  return own->position >= own->file->size;
 }
 
 uint32_t MemoryFileDriver::Read(FileHandle& handle, void* buffer, uint32_t size) {
   IOMemoryHandle* own = MemoryHandleOf(handle);
   if (own == nullptr || !own->file || own->mode != FileMode::Read) return 0;
-  const MemoryFile& file = *own->file;
+  MemoryFile& file = *own->file;
+  std::lock_guard<std::mutex> lock(file.mutex);
   if (own->position >= file.size) return 0;
   const uint32_t count = std::min(size, file.size - own->position);
   if (count != 0) std::memcpy(buffer, file.data.data() + own->position, count);
@@ -82,6 +88,7 @@ uint32_t MemoryFileDriver::Write(FileHandle& handle, const void* data, uint32_t 
   IOMemoryHandle* own = MemoryHandleOf(handle);
   if (own == nullptr || !own->file || own->mode != FileMode::Write) return 0;
   MemoryFile& file = *own->file;
+  std::lock_guard<std::mutex> lock(file.mutex);
   const uint64_t end = uint64_t(own->position) + size;
   if (end > INT32_MAX) return 0;  // files stay below 2 GiB
   // Grow with slack, so that a stream of small writes doesn't reallocate each time.

@@ -14,6 +14,8 @@ struct MemoryFile {
   std::string name;
   std::vector<uint8_t> data;  // may be longer than the content
   uint32_t size = 0;          // bytes of content
+  // Handles on one file may live on different threads: a write may move `data` under a reader.
+  std::mutex mutex;
 };
 
 class IOMemoryHandle : public FileHandle {

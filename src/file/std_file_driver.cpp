@@ -81,7 +81,8 @@ void StdFileDriver::Close(FileHandle& handle) {
 
 bool StdFileDriver::Delete(const std::string& path) {
   if (Escapes(path)) return false;
-  return std::remove(CleanPath(GetFullPath(path)).c_str()) == 0;
+  // unlink, not remove: a folder is not a file to delete.
+  return unlink(CleanPath(GetFullPath(path)).c_str()) == 0;
 }
 
 int32_t StdFileDriver::Tell(FileHandle& handle) {

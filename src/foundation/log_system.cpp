@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "foundation/format.h"
+#include "foundation/globals.h"
+#include "foundation/timer_thread.h"
 
 namespace tv {
 
@@ -88,6 +90,13 @@ void LogSystem::Write(const std::string& message, const std::string& type, const
     // Entries written while nobody listens are lost to listeners.
     if (listening) queue.push_back(LogEntry{message, type, details});
   }
+  // The flush timer is made once, by the first writer that finds a timer thread. A writer inside a
+  // timer call leaves it to the next: the timer's mutex is held there.
+  if (flush_timer.load() == -1 && timer_thread != nullptr && !timer_thread::in_timer_call()) {
+    int32_t expected = -1;
+    if (flush_timer.compare_exchange_strong(expected, -2))
+      flush_timer.store(timer_thread->add_repeating([this] { Flush(); }, 5000000, 5000000));
+  }
 }
 
 void LogSystem::Flush() {
@@ -97,6 +106,16 @@ void LogSystem::Flush() {
     entries.swap(queue);
   }
   on_entries.Emit(entries);
+}
+
+void LogSystem::Shutdown() {
+  const int32_t timer = flush_timer.exchange(-1);
+  if (timer >= 0 && timer_thread != nullptr) timer_thread->remove_repeating(timer);
+  Flush();
+  std::lock_guard<std::mutex> lock(queue_mutex);
+  std::lock_guard<std::mutex> signal_lock(on_entries.mutex);
+  on_entries.slots.clear();
+  queue.clear();
 }
 
 std::string LogSystem::GetTail() {

@@ -67,7 +67,11 @@ public:
   void SetLogDetails(bool on) { print_details.store(on, std::memory_order_relaxed); }
 
   // Hands the queued entries to the listeners on the calling thread (emits even when empty).
+  // The timer thread calls it every 5 ms once the first entry is written.
   void Flush();
+  // Stops the log: cancels the flush timer, flushes once more, then disconnects every listener
+  // and drops what is queued.
+  void Shutdown();
 
   // Copy of the tail text, taken under its lock.
   std::string GetTail();
@@ -80,8 +84,9 @@ public:
   LogTail tail;
   std::atomic<uint32_t> filter{6};
   std::atomic<bool> print_details{false};
-  // Repeating flush timer on the timer thread; -1 while none runs (listeners then flush with Flush).
-  int32_t flush_timer = -1;
+  // Id of the repeating flush timer on the `timer_thread` global; -1 while none runs (without a
+  // timer thread, listeners get entries only through Flush()).
+  std::atomic<int32_t> flush_timer{-1};
 };
 
 } // namespace tv

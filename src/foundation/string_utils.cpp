@@ -30,10 +30,7 @@ std::string left(const std::string& text, int64_t n) {
   return slice(text, 0, n);
 }
 
-std::string right(const std::string& text, int64_t n) {
-  if (n <= 0) return std::string();
-  return slice(text, -n, 0);
-}
+std::string right(const std::string& text, int64_t n) { return slice(text, -n, 0); }
 
 namespace {
 char FoldAscii(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }

@@ -6,6 +6,19 @@
 #include "foundation/thread_name.h"
 
 namespace tv {
+namespace {
+
+thread_local int t_timer_calls = 0;
+
+// Marks the calling thread as inside a timer call for the life of the object.
+struct InTimerCall {
+  InTimerCall() { ++t_timer_calls; }
+  ~InTimerCall() { --t_timer_calls; }
+};
+
+} // namespace
+
+bool timer_thread::in_timer_call() { return t_timer_calls != 0; }
 
 timer_thread::timer_thread(std::string name) : name(std::move(name)) {}
 
@@ -45,6 +58,7 @@ void timer_thread::advance(time_ns dt) {
 }
 
 void timer_thread::advance_locked(time_ns dt) {
+  const InTimerCall calling;
   for (auto it = delayed.begin(); it != delayed.end();) {
     it->remaining -= dt;
     if (it->remaining <= 0) {

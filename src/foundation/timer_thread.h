@@ -35,6 +35,10 @@ public:
   // Erases timer `id`; the ids of later timers move down by one.
   void remove_repeating(int32_t id);
 
+  // True while the calling thread runs a timer call (the timer mutex is held: adding or removing
+  // a timer now would deadlock).
+  static bool in_timer_call();
+
   // One round of the loop as if `dt` had passed: delayed calls that are due run and go; repeating
   // calls run once for each period they are due, so a timer that fell behind catches up.
   void advance(time_ns dt);

@@ -136,6 +136,9 @@ TEST_F(StdFileDriverTest, MkDirIsDirAndDelete) {
   EXPECT_TRUE(disk->Delete("f"));
   EXPECT_FALSE(std::filesystem::exists(temp / "f"));
   EXPECT_FALSE(disk->Delete("f"));
+  // Delete removes files only: an empty folder stays.
+  EXPECT_FALSE(disk->Delete("new"));
+  EXPECT_TRUE(disk->IsDir("new"));
 }
 
 TEST_F(StdFileDriverTest, MapsBetweenBaseAndFullPaths) {

