@@ -11,7 +11,10 @@ for fuzzer in "$bin_dir"/*_fuzzer; do
   work=$(mktemp -d)
   if [ -d "$root/fuzz/corpus/$name" ]; then cp -r "$root/fuzz/corpus/$name/." "$work/"; fi
   echo "== $name: ${seconds}s"
-  if ! "$fuzzer" -max_total_time="$seconds" -rss_limit_mb=2048 -print_final_stats=0 "$work" 2>"$work.log"; then
+  # Crash inputs land beside the build's binaries, never in the source tree.
+  mkdir -p "$bin_dir/fuzz-artifacts"
+  if ! "$fuzzer" -max_total_time="$seconds" -rss_limit_mb=2048 -artifact_prefix="$bin_dir/fuzz-artifacts/" \
+      "$work" 2>"$work.log"; then
     tail -n 60 "$work.log"
     status=1
   else

@@ -45,13 +45,13 @@ long ZCALLBACK SeekStream(voidpf, voidpf stream, uLong offset, int origin) {
 int ZCALLBACK CloseStream(voidpf, voidpf) { return 0; }
 int ZCALLBACK ErrorStream(voidpf, voidpf) { return 0; }
 
-// Compressed bytes lie inside the archive, and deflate can't shrink data by more than about
-// 1032:1; a header claiming more lies, and believing it would mean allocating gigabytes for a few
-// bytes of input.
+// Compressed bytes lie inside the archive; a stored entry is no larger than its bytes, and no
+// method shrinks data by more than deflate's 1032:1. A header claiming more lies, and believing it
+// would mean allocating gigabytes for a few bytes of input.
 bool SizesAreCredible(uint64_t compressed, uint64_t size, int method, uint64_t archive_size) {
   if (size > uint64_t(INT32_MAX) || compressed > archive_size) return false;
-  if (method == Z_DEFLATED) return size <= compressed * 1032 + 64;
-  return true;
+  if (method == 0) return size <= compressed;
+  return size <= compressed * 1032 + 64;
 }
 
 // A window of the archive that keeps the archive's handle alive, even if the driver moves on to
