@@ -81,28 +81,25 @@ void task_system::worker_loop(worker& self) {
 }
 
 std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std::mutex>& lock) {
+  std::shared_ptr<task> t;
   for (;;) {
-    bool own_empty;
     {
       std::lock_guard<std::mutex> own(self.mutex);
-      own_empty = self.queue.empty();
+      if (!self.queue.empty()) {
+        t = std::move(self.queue.front());
+        self.queue.pop_front();
+        break;
+      }
     }
-    if (!queue.empty() || !own_empty || self.state.load() != 1) break;
+    if (!queue.empty()) {
+      t = std::move(queue.front());
+      queue.pop_front();
+      break;
+    }
+    if (self.state.load() != 1) return nullptr;
     work_available.wait(lock);
   }
-  std::shared_ptr<task> t;
-  {
-    std::lock_guard<std::mutex> own(self.mutex);
-    if (!self.queue.empty()) {
-      t = std::move(self.queue.front());
-      self.queue.pop_front();
-    }
-  }
-  if (!t && !queue.empty()) {
-    t = std::move(queue.front());
-    queue.pop_front();
-  }
-  if (t) running.push_back(t);
+  running.push_back(t);
   return t;
 }
 
