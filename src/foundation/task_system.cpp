@@ -17,7 +17,10 @@ thread_local task_system::worker* t_worker = nullptr;
 
 void EraseOne(std::vector<std::shared_ptr<task>>& tasks, const std::shared_ptr<task>& t) {
   const auto found = std::find(tasks.begin(), tasks.end(), t);
-  if (found != tasks.end()) tasks.erase(found);
+  if (found == tasks.end()) return;
+  // Swap with the last: the order of running tasks means nothing.
+  std::swap(*found, tasks.back());
+  tasks.pop_back();
 }
 
 } // namespace
@@ -58,29 +61,32 @@ bool task_system::start(uint32_t count) {
 }
 
 // One lock round per task: the worker finishes a task's bookkeeping and takes the next one under
-// the same hold of `mutex`.
+// the same hold of `mutex`. The finished task is released only once the lock is let go, so that
+// its destruction (and freeing) never lengthens the hold.
 void task_system::worker_loop(worker& self) {
   SetCurrentThreadName(format("Task worker #%1").arg(self.index));
   t_worker = &self;
   self.state.store(1);
+  std::shared_ptr<task> finished;
   std::unique_lock<std::mutex> lock(mutex);
   for (;;) {
-    std::shared_ptr<task> t = take_task(self, lock);
-    if (!t) {
-      if (self.state.load() != 1) break;
-      continue;
-    }
+    std::shared_ptr<task> t = take_task(self, lock, finished);
+    if (!t) break;
     lock.unlock();
+    finished.reset();
     t->run();
     lock.lock();
     finish_task(t, lock);
+    finished = std::move(t);
   }
   lock.unlock();
+  finished.reset();
   t_worker = nullptr;
   self.state.store(0);
 }
 
-std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std::mutex>& lock) {
+std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std::mutex>& lock,
+                                             std::shared_ptr<task>& finished) {
   std::shared_ptr<task> t;
   for (;;) {
     {
@@ -97,6 +103,13 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
       break;
     }
     if (self.state.load() != 1) return nullptr;
+    if (finished) {
+      // Let go of the last task before sleeping, outside the lock; then look again.
+      lock.unlock();
+      finished.reset();
+      lock.lock();
+      continue;
+    }
     work_available.wait(lock);
   }
   running.push_back(t);

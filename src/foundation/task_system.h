@@ -113,7 +113,8 @@ private:
   void sleep_until_a_task_finishes(std::unique_lock<std::mutex>& lock);
   void worker_loop(worker& self);
   // With `mutex` held: the next task for `self`, waiting for one; null when asked to stop.
-  std::shared_ptr<task> take_task(worker& self, std::unique_lock<std::mutex>& lock);
+  // `finished` (the worker's last task) is released outside the lock before any sleep.
+  std::shared_ptr<task> take_task(worker& self, std::unique_lock<std::mutex>& lock, std::shared_ptr<task>& finished);
   // Runs `t` and does its bookkeeping.
   void execute(const std::shared_ptr<task>& t);
   // With `mutex` held, after `t` ran: releases its followers and counts it done in its set.
