@@ -56,12 +56,10 @@ void MakeFiles() {
   }
 }
 
-void Quiet(const std::string&, const std::string&, const std::string&, const std::string&, uint32_t, bool) {}
-
 // The host's side: services in this module's globals, and the plugin mapped and bound.
 struct PluginHost {
   PluginHost() {
-    log.print = &Quiet;
+    log.print = &tv::DiscardLogLine;
     tv::log_system = &log;
     tv::filesystem = &files;
     tv::audio_codecs = &codecs;

@@ -58,11 +58,9 @@ void MakeArchives() {
   }
 }
 
-void Quiet(const std::string&, const std::string&, const std::string&, const std::string&, uint32_t, bool) {}
-
 struct Mounted {
   Mounted() {
-    log.print = &Quiet;
+    log.print = &tv::DiscardLogLine;
     tv::log_system = &log;
     tv::filesystem = &files;
     files.Mount(std::make_shared<tv::StdFileDriver>());

@@ -13,11 +13,9 @@
 
 namespace {
 
-void Quiet(const std::string&, const std::string&, const std::string&, const std::string&, uint32_t, bool) {}
-
 struct Services {
   Services() {
-    log.print = &Quiet;
+    log.print = &tv::DiscardLogLine;
     tv::log_system = &log;
   }
   tv::LogSystem log;

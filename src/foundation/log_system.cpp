@@ -70,6 +70,8 @@ void ConsolePrint(const std::string& timestamp, const std::string& message, cons
   std::fflush(stdout);
 }
 
+void DiscardLogLine(const std::string&, const std::string&, const std::string&, const std::string&, uint32_t, bool) {}
+
 void LogSystem::Write(const std::string& message, const std::string& type, const std::string& details) {
   if (message.empty()) return;
   const std::string timestamp = FormatLogTimestamp(time_since_start());

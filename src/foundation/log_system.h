@@ -54,6 +54,11 @@ std::string FormatLogLine(const std::string& timestamp, const std::string& messa
 void ConsolePrint(const std::string& timestamp, const std::string& message, const std::string& type,
                   const std::string& details, uint32_t filter, bool print_details);
 
+// A `print` that prints nothing, for hosts that keep the console to themselves (tail and listeners
+// still get every entry).
+void DiscardLogLine(const std::string& timestamp, const std::string& message, const std::string& type,
+                    const std::string& details, uint32_t filter, bool print_details);
+
 class LogSystem {
 public:
   LogSystem() = default;

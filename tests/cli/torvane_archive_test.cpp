@@ -1,32 +1,15 @@
 // The host program's archive commands as a user runs them: `torvane zip` on archives that Info-ZIP
 // zip writes, compared with what unzip lists and extracts, and `torvane core`.
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "cli_harness.h"
+
+namespace tv::test {
 namespace {
-
-const std::string kTorvane = std::string(TV_BIN_DIR) + "/torvane";
-
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-}
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
@@ -50,21 +33,15 @@ std::vector<std::string> Complaints(const std::string& err) {
   return lines;
 }
 
-class TorvaneArchive : public ::testing::Test {
+class TorvaneArchive : public CliTest {
 protected:
   void SetUp() override {
-    char pattern[] = "/tmp/tv_cli_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    folder_ = pattern;
+    CliTest::SetUp();
     Shell("mkdir -p src/sub/deep src/empty && cd src && printf 'alpha\\n' > a.txt && : > empty.txt"
           " && seq 1 50000 > sub/numbers.txt && printf 'bravo\\n' > sub/b.txt"
           " && head -c 200000 /dev/urandom > sub/deep/c.bin"
           " && zip -q -r ../all.zip . && zip -q -r -P secret ../enc.zip .");
   }
-  void TearDown() override { std::system(("rm -rf '" + folder_ + "'").c_str()); }
-
-  std::string Path(const std::string& name) const { return folder_ + "/" + name; }
-
   // Standard output of a command run in the test's folder; the test fails if the command does.
   std::string Shell(const std::string& command) {
     std::string out;
@@ -76,18 +53,6 @@ protected:
     return out;
   }
 
-  Result Torvane(const std::string& args) {
-    Result result;
-    const std::string out = Path("stdout.txt");
-    const std::string err = Path("stderr.txt");
-    const int status = std::system((kTorvane + " " + args + " >'" + out + "' 2>'" + err + "'").c_str());
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = ReadText(out);
-    result.err = ReadText(err);
-    return result;
-  }
-
-  std::string folder_;
 };
 
 TEST_F(TorvaneArchive, ZipLsListsWhatUnzipLists) {
@@ -162,3 +127,4 @@ TEST_F(TorvaneArchive, CoreLsAndCatShowTheBuiltInArchive) {
 }
 
 } // namespace
+} // namespace tv::test

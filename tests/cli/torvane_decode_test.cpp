@@ -1,62 +1,23 @@
 // The host program as a user runs it: `torvane decode` on files that sox writes.
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "cli_harness.h"
+
+namespace tv::test {
 namespace {
-
-const std::string kTorvane = std::string(TV_BIN_DIR) + "/torvane";
-
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-}
 
 bool Exists(const std::string& path) {
   struct stat info;
   return stat(path.c_str(), &info) == 0;
 }
 
-class TorvaneDecode : public ::testing::Test {
+class TorvaneDecode : public CliTest {
 protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/tv_cli_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    folder_ = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf '" + folder_ + "'").c_str()); }
-
-  std::string Path(const std::string& name) const { return folder_ + "/" + name; }
-
-  Result Torvane(const std::string& args) {
-    Result result;
-    const std::string out = Path("stdout.txt");
-    const std::string err = Path("stderr.txt");
-    const int status = std::system((kTorvane + " " + args + " >'" + out + "' 2>'" + err + "'").c_str());
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = ReadText(out);
-    result.err = ReadText(err);
-    return result;
-  }
-
   void Sox(const std::string& args) { ASSERT_EQ(std::system(("sox -q -R " + args + " 2>/dev/null").c_str()), 0); }
-
-  std::string folder_;
 };
 
 TEST_F(TorvaneDecode, WritesTheFramesThatSoxDecodes) {
@@ -136,3 +97,4 @@ TEST_F(TorvaneDecode, HelpTellsTheUsage) {
 }
 
 } // namespace
+} // namespace tv::test
