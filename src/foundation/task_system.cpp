@@ -192,9 +192,12 @@ void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<s
       }
     }
     if (!ready.empty()) {
+      in_transit_ += ready.size();
       lock.unlock();
       for (after_task_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
       lock.lock();
+      in_transit_ -= ready.size();
+      if (waiters_ != 0) task_finished.notify_all();
     }
   }
   if (t->set) complete_one_locked(t->set, lock);
@@ -247,9 +250,12 @@ void task_system::complete_one_locked(const std::shared_ptr<task_set>& set, std:
     }
   }
   if (!ready.empty()) {
+    in_transit_ += ready.size();
     lock.unlock();
     for (after_set_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
     lock.lock();
+    in_transit_ -= ready.size();
+    if (waiters_ != 0) task_finished.notify_all();
   }
   std::vector<std::shared_ptr<task_set>> outer;
   for (auto it = set_after_set.begin(); it != set_after_set.end();) {
@@ -266,6 +272,8 @@ void task_system::complete_one_locked(const std::shared_ptr<task_set>& set, std:
 }
 
 bool task_system::is_pending_locked(const std::shared_ptr<task_set>& set) {
+  // Followers being queued right now belong to no list for a moment; their sets are unknown here.
+  if (in_transit_ != 0) return true;
   auto of_set = [&](const std::shared_ptr<task>& t) { return t->set == set; };
   if (std::any_of(queue.begin(), queue.end(), of_set) || std::any_of(running.begin(), running.end(), of_set))
     return true;
@@ -314,7 +322,7 @@ void task_system::wait(const std::shared_ptr<task_set>& set) {
 void task_system::wait_for_all() {
   std::unique_lock<std::mutex> lock(mutex);
   for (;;) {
-    size_t outstanding = queue.size() + running.size() + after_set.size() + after_task.size();
+    size_t outstanding = queue.size() + running.size() + after_set.size() + after_task.size() + in_transit_;
     for (uint32_t i = 0; i < worker_count.load(); ++i) {
       std::lock_guard<std::mutex> own(workers[i].mutex);
       outstanding += workers[i].queue.size();

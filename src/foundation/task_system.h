@@ -109,6 +109,8 @@ public:
 
 private:
   uint32_t waiters_ = 0;  // threads asleep on task_finished; guarded by `mutex`
+  // Followers taken out of the after lists and not yet queued (queueing needs the lock released).
+  size_t in_transit_ = 0;
 
   void sleep_until_a_task_finishes(std::unique_lock<std::mutex>& lock);
   void worker_loop(worker& self);
