@@ -15,7 +15,7 @@ namespace {
 // The worker that the calling thread is, if it is one.
 thread_local task_system::worker* t_worker = nullptr;
 
-void EraseOne(std::vector<std::shared_ptr<task>>& tasks, const std::shared_ptr<task>& t) {
+void EraseOne(std::vector<task*>& tasks, task* t) {
   const auto found = std::find(tasks.begin(), tasks.end(), t);
   if (found == tasks.end()) return;
   // Swap with the last: the order of running tasks means nothing.
@@ -112,7 +112,7 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
     }
     work_available.wait(lock);
   }
-  running.push_back(t);
+  running.push_back(t.get());
   return t;
 }
 
@@ -137,29 +137,32 @@ void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> se
   t->affinity = affinity;
   t->priority = priority;
   t->queued_frame = frame.load();
-  if (set) t->set = set;
+  if (set) t->set = std::move(set);
+  task_set* const member_of = t->set.get();
   const bool inline_run = count == 0 || (affinity != task::kAnyWorker && t_worker != nullptr &&
                                          t_worker->system == this && t_worker->index == affinity);
   bool helpers_waiting = false;
   {
     std::unique_lock<std::mutex> lock(mutex);
-    if (set) {
-      if (std::find(active_sets.begin(), active_sets.end(), set) == active_sets.end()) active_sets.push_back(set);
-      set->pending.fetch_add(1);
+    if (member_of != nullptr) {
+      const auto active = std::find_if(active_sets.begin(), active_sets.end(),
+                                       [&](const auto& s) { return s.get() == member_of; });
+      if (active == active_sets.end()) active_sets.push_back(t->set);
+      member_of->pending.fetch_add(1);
     }
     if (inline_run) {
       // Counted as running, so that waiters on its set see it.
-      running.push_back(t);
+      running.push_back(t.get());
     } else if (worker_count.load() == 0 || workers[0].state.load() != 1) {
       // The pool is stopping: the task is dropped, and doesn't hold its set back.
-      if (set) complete_one_locked(set, lock);
+      if (member_of != nullptr) complete_one_locked(t->set, lock);
       return;
     } else if (affinity == task::kAnyWorker) {
-      insert_by_priority(queue, t);
+      insert_by_priority(queue, std::move(t));
       helpers_waiting = waiters_ != 0;
     } else {
       std::lock_guard<std::mutex> own(workers[affinity].mutex);
-      insert_by_priority(workers[affinity].queue, t);
+      insert_by_priority(workers[affinity].queue, std::move(t));
     }
   }
   if (inline_run) {
@@ -180,7 +183,7 @@ void task_system::execute(const std::shared_ptr<task>& t) {
 }
 
 void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock) {
-  EraseOne(running, t);
+  EraseOne(running, t.get());
   if (!after_task.empty()) {
     std::vector<after_task_record> ready;
     for (auto it = after_task.begin(); it != after_task.end();) {
@@ -275,7 +278,8 @@ bool task_system::is_pending_locked(const std::shared_ptr<task_set>& set) {
   // Followers being queued right now belong to no list for a moment; their sets are unknown here.
   if (in_transit_ != 0) return true;
   auto of_set = [&](const std::shared_ptr<task>& t) { return t->set == set; };
-  if (std::any_of(queue.begin(), queue.end(), of_set) || std::any_of(running.begin(), running.end(), of_set))
+  if (std::any_of(queue.begin(), queue.end(), of_set) ||
+      std::any_of(running.begin(), running.end(), [&](const task* t) { return t->set == set; }))
     return true;
   for (const after_task_record& record : after_task)
     if (record.set == set) return true;
@@ -302,7 +306,7 @@ bool task_system::run_one(std::unique_lock<std::mutex>& lock, const std::shared_
   }
   std::shared_ptr<task> t = std::move(*at);
   queue.erase(at);
-  running.push_back(t);
+  running.push_back(t.get());
   lock.unlock();
   execute(t);
   lock.lock();

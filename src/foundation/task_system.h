@@ -82,7 +82,8 @@ public:
   std::condition_variable task_finished;
   // Queues are deques: taken from the front, inserted by priority from the back.
   std::deque<std::shared_ptr<task>> queue;
-  std::vector<std::shared_ptr<task>> running;
+  // Tasks being run, wherever they run; the thread running one holds its reference.
+  std::vector<task*> running;
   std::vector<std::shared_ptr<task_set>> active_sets;
 
   struct after_set_record {
