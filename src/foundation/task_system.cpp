@@ -100,6 +100,8 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
     if (!queue.empty()) {
       t = std::move(queue.front());
       queue.pop_front();
+      // More global work than this worker can take: pass the wake-up on to a sleeping one.
+      if (!queue.empty() && sleeping_ != 0) work_available.notify_one();
       break;
     }
     if (self.state.load() != 1) return nullptr;
@@ -110,7 +112,9 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
       lock.lock();
       continue;
     }
+    ++sleeping_;
     work_available.wait(lock);
+    --sleeping_;
   }
   running.push_back(t.get());
   return t;
@@ -142,6 +146,7 @@ void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> se
   const bool inline_run = count == 0 || (affinity != task::kAnyWorker && t_worker != nullptr &&
                                          t_worker->system == this && t_worker->index == affinity);
   bool helpers_waiting = false;
+  bool wake_worker = false;
   {
     std::unique_lock<std::mutex> lock(mutex);
     if (member_of != nullptr) {
@@ -158,6 +163,10 @@ void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> se
       if (member_of != nullptr) complete_one_locked(t->set, lock);
       return;
     } else if (affinity == task::kAnyWorker) {
+      // Only a queue that was empty needs a worker woken: otherwise one is awake or being woken,
+      // and passes the wake-up on while work remains. Waking one per task would make the queueing
+      // thread and the workers take turns on the processor.
+      wake_worker = queue.empty() && sleeping_ != 0;
       insert_by_priority(queue, std::move(t));
       helpers_waiting = waiters_ != 0;
     } else {
@@ -168,7 +177,7 @@ void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> se
   if (inline_run) {
     execute(t);
   } else if (affinity == task::kAnyWorker) {
-    work_available.notify_one();
+    if (wake_worker) work_available.notify_one();
     // A thread waiting on a set helps with global work rather than sleep beside it.
     if (helpers_waiting) task_finished.notify_one();
   } else {

@@ -109,7 +109,8 @@ public:
   std::atomic<uint32_t> frame{0};
 
 private:
-  uint32_t waiters_ = 0;  // threads asleep on task_finished; guarded by `mutex`
+  uint32_t waiters_ = 0;   // threads asleep on task_finished; guarded by `mutex`
+  uint32_t sleeping_ = 0;  // workers asleep on work_available; guarded by `mutex`
   // Followers taken out of the after lists and not yet queued (queueing needs the lock released).
   size_t in_transit_ = 0;
 
