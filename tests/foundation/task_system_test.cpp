@@ -268,7 +268,7 @@ TEST(TaskSystem, StressEveryTaskRunsExactlyOnce) {
   task_system pool;
   ASSERT_TRUE(pool.start(4));
   constexpr int kThreads = 4;
-  constexpr int kSets = 50;
+  constexpr int kSets = 100;
   constexpr int kTasksPerSet = 500;
   std::vector<std::atomic<uint8_t>> runs(size_t(kThreads) * kSets * kTasksPerSet * 2);
   std::vector<std::thread> producers;
