@@ -21,7 +21,7 @@ build: deps
 # The main job: a WAV made by sox, decoded through the plugin, its format printed.
 demo: build
 	@mkdir -p $(BUILD)/demo
-	@sox -q -n -r 48000 -c 2 -b 16 $(BUILD)/demo/sample.wav synth 3 sine 440 sine 660
+	@sox -q -n -r 48000 -c 2 -b 16 $(BUILD)/demo/sample.wav synth 3 sine 440 sine 660 vol 0.5
 	$(BUILD)/bin/torvane decode $(BUILD)/demo/sample.wav -o $(BUILD)/demo/sample.raw --info
 
 test: build
