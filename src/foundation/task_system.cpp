@@ -191,27 +191,31 @@ void task_system::execute(const std::shared_ptr<task>& t) {
   finish_task(t, lock);
 }
 
-void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock) {
-  EraseOne(running, t.get());
-  if (!after_task.empty()) {
-    std::vector<after_task_record> ready;
-    for (auto it = after_task.begin(); it != after_task.end();) {
-      if (it->done == t) {
-        ready.push_back(std::move(*it));
-        it = after_task.erase(it);
-      } else {
-        ++it;
-      }
-    }
-    if (!ready.empty()) {
-      in_transit_ += ready.size();
-      lock.unlock();
-      for (after_task_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
-      lock.lock();
-      in_transit_ -= ready.size();
-      if (waiters_ != 0) task_finished.notify_all();
+template <typename Done>
+void task_system::release_followers(std::vector<after_record<Done>>& records, const std::shared_ptr<Done>& done,
+                                    std::unique_lock<std::mutex>& lock) {
+  if (records.empty()) return;
+  std::vector<after_record<Done>> ready;
+  for (auto it = records.begin(); it != records.end();) {
+    if (it->done == done) {
+      ready.push_back(std::move(*it));
+      it = records.erase(it);
+    } else {
+      ++it;
     }
   }
+  if (ready.empty()) return;
+  in_transit_ += ready.size();
+  lock.unlock();
+  for (after_record<Done>& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
+  lock.lock();
+  in_transit_ -= ready.size();
+  if (waiters_ != 0) task_finished.notify_all();
+}
+
+void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock) {
+  EraseOne(running, t.get());
+  release_followers(after_task, t, lock);
   if (t->set) complete_one_locked(t->set, lock);
   // Sleepers wait for a set to complete (complete_one wakes them) or for the pool to go idle;
   // waking them at every task would cost a context switch per task.
@@ -252,23 +256,7 @@ void task_system::complete_one_locked(const std::shared_ptr<task_set>& set, std:
   if (set->pending.fetch_sub(1) != 1) return;
   // Keep the set alive while its records go: they may hold the last references.
   const std::shared_ptr<task_set> keep = set;
-  std::vector<after_set_record> ready;
-  for (auto it = after_set.begin(); it != after_set.end();) {
-    if (it->done == keep) {
-      ready.push_back(std::move(*it));
-      it = after_set.erase(it);
-    } else {
-      ++it;
-    }
-  }
-  if (!ready.empty()) {
-    in_transit_ += ready.size();
-    lock.unlock();
-    for (after_set_record& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
-    lock.lock();
-    in_transit_ -= ready.size();
-    if (waiters_ != 0) task_finished.notify_all();
-  }
+  release_followers(after_set, keep, lock);
   std::vector<std::shared_ptr<task_set>> outer;
   for (auto it = set_after_set.begin(); it != set_after_set.end();) {
     if (it->first == keep) {

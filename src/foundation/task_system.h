@@ -86,20 +86,17 @@ public:
   std::vector<task*> running;
   std::vector<std::shared_ptr<task_set>> active_sets;
 
-  struct after_set_record {
-    std::shared_ptr<task_set> done;
+  // A task queued, with its set, affinity and priority, once `done` (a task or a set) completes.
+  template <typename Done>
+  struct after_record {
+    std::shared_ptr<Done> done;
     std::shared_ptr<task> next;
     std::shared_ptr<task_set> set;
     uint8_t affinity;
     uint8_t priority;
   };
-  struct after_task_record {
-    std::shared_ptr<task> done;
-    std::shared_ptr<task> next;
-    std::shared_ptr<task_set> set;
-    uint8_t affinity;
-    uint8_t priority;
-  };
+  using after_set_record = after_record<task_set>;
+  using after_task_record = after_record<task>;
   std::vector<after_set_record> after_set;
   std::vector<after_task_record> after_task;
   std::vector<std::pair<std::shared_ptr<task_set>, std::shared_ptr<task_set>>> set_after_set;  // (done, outer)
@@ -121,6 +118,11 @@ private:
   std::shared_ptr<task> take_task(worker& self, std::unique_lock<std::mutex>& lock, std::shared_ptr<task>& finished);
   // Runs `t` and does its bookkeeping.
   void execute(const std::shared_ptr<task>& t);
+  // With `mutex` held: queues the records of `records` that wait for `done` (releasing the lock
+  // while queueing; meanwhile they count as in transit).
+  template <typename Done>
+  void release_followers(std::vector<after_record<Done>>& records, const std::shared_ptr<Done>& done,
+                         std::unique_lock<std::mutex>& lock);
   // With `mutex` held, after `t` ran: releases its followers and counts it done in its set.
   void finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock);
   void complete_one_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock);

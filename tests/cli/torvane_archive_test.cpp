@@ -7,19 +7,12 @@
 #include <vector>
 
 #include "cli_harness.h"
+#include "foundation/string_utils.h"
 
 namespace tv::test {
 namespace {
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  for (size_t start = 0, end; start < text.size(); start = end + 1) {
-    end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    lines.push_back(text.substr(start, end - start));
-  }
-  return lines;
-}
+std::vector<std::string> Lines(const std::string& text) { return split(text, "\n"); }
 
 std::vector<std::string> Sorted(std::vector<std::string> lines) {
   std::sort(lines.begin(), lines.end());

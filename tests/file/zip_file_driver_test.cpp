@@ -19,6 +19,7 @@
 #include "file/path.h"
 #include "file/std_file_driver.h"
 #include "file/zip_file_driver.h"
+#include "foundation/string_utils.h"
 #include "foundation/format.h"
 #include "log_capture.h"
 #include "temp_folder.h"
@@ -42,15 +43,7 @@ std::string Shell(const std::string& command) {
 
 std::string Quote(const std::string& text) { return "'" + text + "'"; }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  for (size_t start = 0, end; start < text.size(); start = end + 1) {
-    end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    lines.push_back(text.substr(start, end - start));
-  }
-  return lines;
-}
+std::vector<std::string> Lines(const std::string& text) { return split(text, "\n"); }
 
 // The archive's file names in archive order, as unzip lists them, folder entries left out.
 std::vector<std::string> UnzipFiles(const std::string& archive) {
