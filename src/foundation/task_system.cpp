@@ -89,13 +89,12 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
                                              std::shared_ptr<task>& finished) {
   std::shared_ptr<task> t;
   for (;;) {
-    {
+    // Holding `mutex`, the own queue can be looked at without its lock (see the header).
+    if (!self.queue.empty()) {
       std::lock_guard<std::mutex> own(self.mutex);
-      if (!self.queue.empty()) {
-        t = std::move(self.queue.front());
-        self.queue.pop_front();
-        break;
-      }
+      t = std::move(self.queue.front());
+      self.queue.pop_front();
+      break;
     }
     if (!queue.empty()) {
       t = std::move(queue.front());
@@ -128,20 +127,21 @@ void task_system::insert_by_priority(std::deque<std::shared_ptr<task>>& tasks, s
 }
 
 void task_system::run_task(std::shared_ptr<task> t) {
-  std::shared_ptr<task_set> set = t->set;
+  const std::shared_ptr<task_set> set = t->set;
   const uint8_t affinity = t->affinity;
   const uint8_t priority = t->priority;
-  run_task(std::move(t), std::move(set), affinity, priority);
+  run_task(std::move(t), set, affinity, priority);
 }
 
-void task_system::run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> set, uint8_t affinity,
+void task_system::run_task(std::shared_ptr<task> t, const std::shared_ptr<task_set>& set, uint8_t affinity,
                            uint8_t priority) {
   const uint32_t count = worker_count.load();
   if (affinity != task::kAnyWorker && count != 0 && affinity >= count) affinity = uint8_t(count - 1);
   t->affinity = affinity;
   t->priority = priority;
   t->queued_frame = frame.load();
-  if (set) t->set = std::move(set);
+  // A task queued again in the same set keeps its reference: no count traffic on a shared block.
+  if (set && t->set != set) t->set = set;
   task_set* const member_of = t->set.get();
   const bool inline_run = count == 0 || (affinity != task::kAnyWorker && t_worker != nullptr &&
                                          t_worker->system == this && t_worker->index == affinity);

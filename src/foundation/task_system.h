@@ -4,6 +4,9 @@
 // bound to a worker age with the frames so they can't starve. A thread waiting on a set runs global
 // tasks instead of sleeping.
 //
+// Every queue, the workers' included, is changed only with `mutex` held, so a thread holding it may
+// look at a worker's queue without that worker's mutex; the worker mutexes still guard each change.
+//
 // Every operation may be called from any thread, workers included; `run` of a task is called with
 // no lock held, so tasks may queue tasks and wait. Lock order: `mutex`, then a worker's mutex.
 
@@ -44,7 +47,7 @@ public:
 
   // Queues `t` as a member of `set` (may be null) for worker `affinity` (255: any) at `priority`.
   // Without workers, or when bound to the calling worker itself, it runs at once on this thread.
-  void run_task(std::shared_ptr<task> t, std::shared_ptr<task_set> set, uint8_t affinity, uint8_t priority);
+  void run_task(std::shared_ptr<task> t, const std::shared_ptr<task_set>& set, uint8_t affinity, uint8_t priority);
   // Queues `t` with the set, affinity and priority that it holds.
   void run_task(std::shared_ptr<task> t);
   // Queues `t` when every task of `done` has finished. Records fire when what they wait for
