@@ -1,5 +1,6 @@
 #pragma once
 // Signal<void(Args...)>: slots called in connection order on the emitting thread.
+// Signal<bool(Args...)> is a vote: Emit calls every slot and is true unless one returned false.
 //
 // The mutex guards the slot list only and is never held while a slot runs, so a slot may connect
 // or disconnect (itself included) freely; such changes take effect at the next Emit. Threads that
@@ -9,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <vector>
 
 namespace tv {
@@ -20,10 +22,12 @@ using Connection = const void*;
 template <typename Signature>
 class Signal;
 
-template <typename... Args>
-class Signal<void(Args...)> {
+template <typename Result, typename... Args>
+class Signal<Result(Args...)> {
+  static_assert(std::is_void_v<Result> || std::is_same_v<Result, bool>, "slots return nothing, or a vote");
+
 public:
-  using Function = std::function<void(Args...)>;
+  using Function = std::function<Result(Args...)>;
 
   Signal() = default;
   Signal(const Signal&) = delete;
@@ -54,15 +58,22 @@ public:
 
   // Calls a copy of the slot list, so a slot survives its own disconnection during the call.
   // A slot holding an empty function throws std::bad_function_call and ends the emission.
+  // A vote goes on through every slot after a refusal, so each slot hears of the request.
   template <typename... CallArgs>
-  void Emit(CallArgs&&... args) const {
+  Result Emit(CallArgs&&... args) const {
     std::vector<std::shared_ptr<Function>> copy;
     {
       std::lock_guard<std::mutex> lock(mutex);
-      if (slots.empty()) return;
       copy = slots;
     }
-    for (const auto& slot : copy) (*slot)(args...);
+    if constexpr (std::is_void_v<Result>) {
+      for (const auto& slot : copy) (*slot)(args...);
+    } else {
+      bool allowed = true;
+      for (const auto& slot : copy)
+        if (!(*slot)(args...)) allowed = false;
+      return allowed;
+    }
   }
 
   mutable std::mutex mutex;

@@ -128,3 +128,19 @@ TEST(Signal, ConcurrentEmitConnectAndDisconnect) {
 }
 
 } // namespace
+
+TEST(Signal, VoteCallsEverySlotAndFailsOnAnyRefusal) {
+  tv::Signal<bool(int)> vote;
+  EXPECT_TRUE(vote.Emit(1));  // nobody objects
+
+  std::vector<std::string> heard;
+  vote.Connect([&](int) { heard.push_back("a"); return true; });
+  const tv::Connection refuser = vote.Connect([&](int value) { heard.push_back("b"); return value != 7; });
+  vote.Connect([&](int) { heard.push_back("c"); return true; });
+
+  EXPECT_FALSE(vote.Emit(7));
+  EXPECT_EQ(heard, (std::vector<std::string>{"a", "b", "c"}));  // slots after the refusal still hear of it
+  EXPECT_TRUE(vote.Emit(3));
+  vote.Disconnect(refuser);
+  EXPECT_TRUE(vote.Emit(7));
+}
