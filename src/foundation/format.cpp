@@ -1,6 +1,5 @@
 #include "foundation/format.h"
 
-#include <iomanip>
 #include <sstream>
 
 #include "foundation/string_utils.h"
@@ -29,7 +28,8 @@ std::string SignedDigits(int64_t value) {
 } // namespace
 
 format& format::arg(const std::string& value) {
-  std::string key = "%" + Digits(uint64_t(next_index), false);
+  std::string key(1, '%');
+  key += Digits(uint64_t(next_index), false);
   ++next_index;
   replace_all(text, key, value);
   return *this;
@@ -43,10 +43,15 @@ format& format::arg(uint64_t value) { return arg(Digits(value, false)); }
 format& format::arg(int32_t value) { return arg(SignedDigits(value)); }
 format& format::arg(int64_t value) { return arg(SignedDigits(value)); }
 
+// The fill goes between the sign and the digits, as with std::internal: "-05".
 format& format::arg(int64_t value, int width, char fill) {
-  std::ostringstream stream;
-  stream << std::internal << std::setw(width) << std::setfill(fill) << value;
-  return arg(stream.str());
+  const std::string digits = SignedDigits(value);
+  if (width <= 0 || digits.size() >= size_t(width)) return arg(digits);
+  const size_t sign = value < 0 ? 1 : 0;
+  std::string padded = digits.substr(0, sign);
+  padded.append(size_t(width) - digits.size(), fill);
+  padded.append(digits, sign);
+  return arg(padded);
 }
 
 std::string to_string(const void* pointer) {
