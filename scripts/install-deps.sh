@@ -10,7 +10,8 @@ packages=(
   libglm-dev                            # independent oracle of the math tests (test-only)
   libssl-dev                            # SHA-1 of FileHash (libcrypto)
   libimgui-dev libstb-dev               # Dear ImGui context slot of the plugin boundary
-  libutfcpp-dev
+  libutfcpp-dev                         # UTF-8/UTF-16 conversions of the string helpers
+  libdw-dev                             # callstacks: stack walk, symbols and source lines
   zlib1g-dev libminizip-dev             # zip archives and the embedded core archive
   sox libsox-fmt-all                    # real WAV peer of the decoder tests
   libsndfile1-dev                       # peer of the WAV decoding benchmark

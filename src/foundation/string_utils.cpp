@@ -1,6 +1,10 @@
 #include "foundation/string_utils.h"
 
+#include <utf8.h>
+
 #include <algorithm>
+#include <iterator>
+#include <limits>
 
 namespace tv {
 
@@ -20,7 +24,8 @@ std::string slice(const std::string& text, int64_t from, int64_t count) {
   const int64_t length = int64_t(text.size());
   int64_t begin = from < 0 ? length + from : from;
   begin = std::clamp<int64_t>(begin, 0, length);
-  int64_t end = count > 0 ? begin + count : length + count;
+  // Saturating: begin + count must not overflow for a huge count.
+  int64_t end = count > 0 ? (count > length - begin ? length : begin + count) : length + count;
   end = std::clamp<int64_t>(end, begin, length);
   return text.substr(size_t(begin), size_t(end - begin));
 }
@@ -30,7 +35,11 @@ std::string left(const std::string& text, int64_t n) {
   return slice(text, 0, n);
 }
 
-std::string right(const std::string& text, int64_t n) { return slice(text, -n, 0); }
+std::string right(const std::string& text, int64_t n) {
+  // -INT64_MIN doesn't exist; any from beyond the end gives the same empty result.
+  const int64_t from = n == std::numeric_limits<int64_t>::min() ? std::numeric_limits<int64_t>::max() : -n;
+  return slice(text, from, 0);
+}
 
 namespace {
 char FoldAscii(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
@@ -171,6 +180,20 @@ bool match_wildcard(const char* text, const char* pattern) {
     t = star_text;
     p = star_pattern;
   }
+}
+
+std::u16string utf8_to_wchar(const std::string& text) {
+  std::u16string result;
+  result.reserve(text.size());
+  utf8::utf8to16(text.begin(), text.end(), std::back_inserter(result));
+  return result;
+}
+
+std::string wchar_to_utf8(const std::u16string& text) {
+  std::string result;
+  result.reserve(text.size());
+  utf8::utf16to8(text.begin(), text.end(), std::back_inserter(result));
+  return result;
 }
 
 } // namespace tv

@@ -44,4 +44,13 @@ inline bool match_wildcard(const std::string& text, const std::string& pattern) 
   return match_wildcard(text.c_str(), pattern.c_str());
 }
 
+// UTF-8 to UTF-16 and back, for operating system and file format interfaces that speak UTF-16.
+// The wide side is std::u16string, not std::wstring: wchar_t is 32 bits on Linux, and these are
+// UTF-16 code units wherever the engine runs. Malformed input throws the UTF-8 library's
+// exceptions (utf8::exception, a std::exception): "Invalid UTF-8" for bad bytes, "Invalid code
+// point" for an encoded surrogate or a value beyond U+10FFFF, "Not enough space" for a sequence cut
+// off at the end, "Invalid UTF-16" for an unpaired surrogate.
+std::u16string utf8_to_wchar(const std::string& text);
+std::string wchar_to_utf8(const std::u16string& text);
+
 } // namespace tv

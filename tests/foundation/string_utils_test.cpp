@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <exception>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -44,6 +47,18 @@ TEST(Slice, OutOfRangeIsClamped) {
   EXPECT_EQ(tv::slice("hello", 3, 100), "lo");
   EXPECT_EQ(tv::slice("hello", 3, -4), "");
   EXPECT_EQ(tv::slice("", -1, -1), "");
+}
+
+TEST(Slice, ExtremeArgumentsStayInRange) {
+  constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+  constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
+  EXPECT_EQ(tv::slice("hello", 2, kMax), "llo");
+  EXPECT_EQ(tv::slice("hello", kMax, kMax), "");
+  EXPECT_EQ(tv::slice("hello", kMin, 2), "he");
+  EXPECT_EQ(tv::slice("hello", 1, kMin), "");
+  EXPECT_EQ(tv::left("hello", kMax), "hello");
+  EXPECT_EQ(tv::right("hello", kMax), "hello");
+  EXPECT_EQ(tv::right("hello", kMin), "");
 }
 
 TEST(LeftRight, TakeAtMostNBytes) {
@@ -177,6 +192,56 @@ TEST(MatchWildcard, BackslashEscapes) {
 TEST(MatchWildcard, NullTextNeverMatches) {
   EXPECT_FALSE(tv::match_wildcard(static_cast<const char*>(nullptr), "*"));
   EXPECT_FALSE(tv::match_wildcard(static_cast<const char*>(nullptr), ""));
+}
+
+// Runs `call` and gives what() of the exception it throws, or "" when it throws none.
+template <typename Call>
+std::string ThrownText(Call call) {
+  try {
+    call();
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(Utf, RoundTripsEveryEncodingLength) {
+  // 1, 2, 3 and 4 UTF-8 bytes: "A", "ä", "€", U+1F600; the last needs a surrogate pair.
+  const std::string utf8 = "A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80";
+  const std::u16string utf16 = u"A\u00E4\u20AC\U0001F600";
+  ASSERT_EQ(utf16.size(), 5u);
+  EXPECT_EQ(utf16[3], char16_t(0xD83D));
+  EXPECT_EQ(utf16[4], char16_t(0xDE00));
+  EXPECT_EQ(tv::utf8_to_wchar(utf8), utf16);
+  EXPECT_EQ(tv::wchar_to_utf8(utf16), utf8);
+  // The extremes of the code space, and text with an embedded NUL, survive both ways.
+  const std::string edges("\x00\x7F\xC2\x80\xEF\xBF\xBF\xF4\x8F\xBF\xBF", 11);
+  EXPECT_EQ(tv::wchar_to_utf8(tv::utf8_to_wchar(edges)), edges);
+  EXPECT_EQ(tv::utf8_to_wchar(edges), std::u16string(u"\0\u007F\u0080\uFFFF\U0010FFFF", 6));
+  EXPECT_EQ(tv::utf8_to_wchar(""), u"");
+  EXPECT_EQ(tv::wchar_to_utf8(u""), "");
+}
+
+TEST(Utf, MalformedUtf8Throws) {
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("ok\xFF"); }), "Invalid UTF-8");
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("\x80"); }), "Invalid UTF-8");           // lone continuation
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("\xC0\x80"); }), "Invalid UTF-8");       // overlong NUL
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("\xE2\x28\xA1"); }), "Invalid UTF-8");   // broken continuation
+  // Well-formed sequences whose value is no code point: a surrogate, and beyond U+10FFFF.
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("\xED\xA0\x80"); }), "Invalid code point");
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("\xF4\x90\x80\x80"); }), "Invalid code point");
+  // A sequence cut off by the end of the text is reported as running out of input.
+  EXPECT_EQ(ThrownText([] { tv::utf8_to_wchar("\xE2\x82"); }), "Not enough space");
+}
+
+TEST(Utf, UnpairedSurrogatesThrow) {
+  EXPECT_EQ(ThrownText([] { tv::wchar_to_utf8(std::u16string(1, char16_t(0xD83D))); }), "Invalid UTF-16");
+  EXPECT_EQ(ThrownText([] { tv::wchar_to_utf8(std::u16string(1, char16_t(0xDE00))); }), "Invalid UTF-16");
+  EXPECT_EQ(ThrownText([] { tv::wchar_to_utf8(u"a" + std::u16string(1, char16_t(0xD83D)) + u"b"); }),
+            "Invalid UTF-16");
+  // A trail before its lead is no pair either.
+  EXPECT_EQ(ThrownText([] { tv::wchar_to_utf8(std::u16string{char16_t(0xDE00), char16_t(0xD83D)}); }),
+            "Invalid UTF-16");
 }
 
 } // namespace
