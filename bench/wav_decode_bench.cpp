@@ -86,7 +86,7 @@ struct PluginHost {
   tv::Filesystem files;
   tv::AudioCodecRegistry codecs;
   tv::ImGuiSignals signals;
-  tv::SharedLibrary plugin;
+  tv::DlSharedLibrary plugin;
 };
 
 PluginHost& Host() {

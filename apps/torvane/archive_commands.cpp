@@ -6,7 +6,9 @@
 
 #include "file/core_resources.h"
 #include "file/zip_file_driver.h"
-#include "host.h"
+#include "core_session.h"
+#include "file/filesystem.h"
+#include "foundation/globals.h"
 
 namespace tv {
 namespace {
@@ -100,7 +102,7 @@ int RunCat(const char* command, const std::string& prefix, const std::string& en
 
 } // namespace
 
-int RunZipCommand(int argc, char** argv) {
+int RunZipCommand(int argc, char** argv, const HostOptions& host_options) {
   ArchiveOptions options;
   if (!ParseArchiveOptions("zip", argc, argv, options)) return 1;
   if (options.help) {
@@ -111,8 +113,7 @@ int RunZipCommand(int argc, char** argv) {
   const std::string& verb = options.words[0];
   if (verb != "ls" && verb != "cat") return Fail("zip", "unknown verb '" + verb + "'; see torvane zip --help");
 
-  // Output may be data: log lines go to standard error.
-  Host host(true);
+  CoreSession session(host_options);
   std::shared_ptr<FileHandle> archive = filesystem->Open(options.words[1], FileMode::Read);
   if (!archive) return Fail("zip", "cannot open '" + options.words[1] + "'");
   auto driver = std::make_shared<ZipFileDriver>(nullptr);
@@ -124,7 +125,7 @@ int RunZipCommand(int argc, char** argv) {
   return RunCat("zip", "@zip/", options.words[2]);
 }
 
-int RunCoreCommand(int argc, char** argv) {
+int RunCoreCommand(int argc, char** argv, const HostOptions& host_options) {
   ArchiveOptions options;
   if (!ParseArchiveOptions("core", argc, argv, options)) return 1;
   if (options.help) {
@@ -133,7 +134,7 @@ int RunCoreCommand(int argc, char** argv) {
   }
   if (options.words.empty()) return Fail("core", "missing verb; see torvane core --help");
   const std::string& verb = options.words[0];
-  Host host(true);
+  CoreSession session(host_options);
   if (!MountCoreResources()) return Fail("core", "cannot mount the core archive");
   if (verb == "ls") return RunLs("core", "@core/", options, 1);
   if (verb != "cat") return Fail("core", "unknown verb '" + verb + "'; see torvane core --help");

@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "host.h"
+#include "audio/audio_codec.h"
+#include "core_session.h"
+#include "foundation/globals.h"
+#include "foundation/profiler.h"
 
 namespace tv {
 namespace {
@@ -115,7 +118,7 @@ private:
 
 } // namespace
 
-int RunDecodeCommand(int argc, char** argv) {
+int RunDecodeCommand(int argc, char** argv, const HostOptions& host_options) {
   DecodeOptions options;
   const int parsed = ParseOptions(argc, argv, options);
   if (parsed == 2) {
@@ -124,15 +127,14 @@ int RunDecodeCommand(int argc, char** argv) {
   }
   if (parsed != 0) return 1;
 
-  const bool frames_to_stdout = options.output.empty() && !options.info;
-  Host host(frames_to_stdout);
-
-  std::string why;
-  if (!host.LoadPlugin("wav_audio_codec.so", why)) return Fail("cannot load the WAV plugin: " + why);
+  CoreSession session(host_options);
   auto codec = audio_codecs->find("WAV");
-  if (codec == audio_codecs->end()) return Fail("the WAV plugin registered no codec under \"WAV\"");
+  if (codec == audio_codecs->end())
+    return Fail("no plugin registered a \"WAV\" codec (wav_audio_codec.so belongs beside torvane)");
 
+  ProfilerPerfSection open_section("Decode.Open", options.input);
   std::shared_ptr<AudioData> stream = codec->second->Open(options.input);
+  open_section.End();
   if (!stream) return Fail("cannot decode '" + options.input + "' as WAV");
 
   const AudioFormat audio_format = stream->GetFormat();
@@ -146,6 +148,7 @@ int RunDecodeCommand(int argc, char** argv) {
     return Fail("cannot write '" + options.output + "': " + std::strerror(errno));
 
   // Until the end of the samples, or until the file runs out: a header may claim more than it holds.
+  ProfilerPerfSection frames_section("Decode.Frames", options.input);
   std::vector<uint8_t> buffer(frame_size);
   uint64_t decoded = 0;
   uint64_t frames = 0;
@@ -160,6 +163,7 @@ int RunDecodeCommand(int argc, char** argv) {
     ++frames;
   }
   if (!sink.Commit()) return Fail("cannot write '" + options.output + "'");
+  frames_section.End();
 
   if (options.info) {
     std::printf("file: %s\n", options.input.c_str());

@@ -5,15 +5,19 @@
 #include <string>
 
 #include "archive_commands.h"
+#include "core_session.h"
 #include "decode_command.h"
+#include "info_command.h"
 
 namespace {
 
 void PrintHelp(std::FILE* to) {
   std::fprintf(to,
-               "usage: torvane COMMAND [ARGS]\n"
+               "usage: torvane [OPTIONS] COMMAND [ARGS]\n"
                "\n"
                "commands:\n"
+               "  info\n"
+               "      start the core and print its version, plugins, codecs, mounts and workers\n"
                "  decode FILE.wav [-o OUT] [--seek SECONDS] [--info]\n"
                "      decode a WAV file through the wav_audio_codec plugin into raw frames\n"
                "  zip ls ARCHIVE [PATH] [WILDCARD] [-r] | zip cat ARCHIVE ENTRY\n"
@@ -21,24 +25,33 @@ void PrintHelp(std::FILE* to) {
                "  core ls [PATH] [WILDCARD] [-r] | core cat ENTRY\n"
                "      list or print the files of the core archive built into the engine\n"
                "\n"
-               "torvane COMMAND --help tells more about one command.\n");
+               "%s"
+               "\n"
+               "Every command starts the core, loads the plugins and stops it again; the log goes to\n"
+               "standard error. torvane COMMAND --help tells more about one command.\n",
+               tv::HostOptionsHelp());
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
+  tv::HostOptions options;
+  int count = argc - 1;
+  if (!tv::ParseHostOptions(count, argv + 1, options)) return 1;
+  if (count < 1) {
     PrintHelp(stderr);
     return 1;
   }
-  const std::string command = argv[1];
+  char** args = argv + 1;
+  const std::string command = args[0];
   if (command == "-h" || command == "--help" || command == "help") {
     PrintHelp(stdout);
     return 0;
   }
-  if (command == "decode") return tv::RunDecodeCommand(argc - 2, argv + 2);
-  if (command == "zip") return tv::RunZipCommand(argc - 2, argv + 2);
-  if (command == "core") return tv::RunCoreCommand(argc - 2, argv + 2);
+  if (command == "info") return tv::RunInfoCommand(count - 1, args + 1, options);
+  if (command == "decode") return tv::RunDecodeCommand(count - 1, args + 1, options);
+  if (command == "zip") return tv::RunZipCommand(count - 1, args + 1, options);
+  if (command == "core") return tv::RunCoreCommand(count - 1, args + 1, options);
   std::fprintf(stderr, "torvane: unknown command '%s'; see torvane --help\n", command.c_str());
   return 1;
 }

@@ -12,9 +12,9 @@ std::string LoaderError() {
 
 } // namespace
 
-SharedLibrary::~SharedLibrary() { Close(); }
+DlSharedLibrary::~DlSharedLibrary() { Close(); }
 
-bool SharedLibrary::Open(const std::string& path) {
+bool DlSharedLibrary::Open(const std::string& path) {
   Close();
   handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle_ == nullptr) {
@@ -26,13 +26,13 @@ bool SharedLibrary::Open(const std::string& path) {
   return true;
 }
 
-void SharedLibrary::Close() {
+void DlSharedLibrary::Close() {
   if (handle_ != nullptr) dlclose(handle_);
   handle_ = nullptr;
   path_.clear();
 }
 
-void* SharedLibrary::GetSymbol(const char* name) {
+void* DlSharedLibrary::GetSymbol(const char* name) {
   if (handle_ == nullptr) {
     error_ = "library is not open";
     return nullptr;

@@ -6,12 +6,22 @@
 
 namespace tv {
 
-class SharedLibrary {
+// A mapped library as the plugin host sees it: held through an owning pointer, unmapped when
+// destroyed.
+struct SharedLibrary {
+  virtual ~SharedLibrary() = default;
+  // Address of an exported symbol, or null.
+  virtual void* GetFunctionPointer(const std::string& name) = 0;
+};
+
+class DlSharedLibrary : public SharedLibrary {
 public:
-  SharedLibrary() = default;
-  ~SharedLibrary();
-  SharedLibrary(const SharedLibrary&) = delete;
-  SharedLibrary& operator=(const SharedLibrary&) = delete;
+  DlSharedLibrary() = default;
+  ~DlSharedLibrary() override;
+  DlSharedLibrary(const DlSharedLibrary&) = delete;
+  DlSharedLibrary& operator=(const DlSharedLibrary&) = delete;
+
+  void* GetFunctionPointer(const std::string& name) override { return GetSymbol(name.c_str()); }
 
   // False on failure, with the loader's reason in GetError().
   bool Open(const std::string& path);

@@ -71,9 +71,9 @@ TEST_F(TorvaneDecode, RefusesBadInputWithOneLineAndNoOutputFile) {
   Sox("-n -t wav -r 48000 -c 6 -b 24 -e signed-integer '" + Path("ext.wav") + "' synth 0.1 whitenoise");
   const Result extensible = Torvane("decode '" + Path("ext.wav") + "' -o '" + Path("ext.raw") + "'");
   EXPECT_EQ(extensible.status, 1);
-  EXPECT_NE(extensible.out.find("error: Unsupported WAV compression code in '" + Path("ext.wav") + "'"),
+  EXPECT_NE(extensible.err.find("error: Unsupported WAV compression code in '" + Path("ext.wav") + "'"),
             std::string::npos)
-      << extensible.out;
+      << extensible.err;
   EXPECT_FALSE(Exists(Path("ext.raw")));
   EXPECT_FALSE(Exists(Path("ext.raw.partial")));
 

@@ -27,7 +27,7 @@ namespace tv {
 namespace {
 
 const std::string kWavPlugin = std::string(TV_PLUGIN_DIR) + "/wav_audio_codec.so";
-const std::string kProbePlugin = std::string(TV_PLUGIN_DIR) + "/probe_plugin.so";
+const std::string kProbePlugin = std::string(TV_TEST_PLUGIN_DIR) + "/probe/probe_plugin.so";
 
 std::mutex g_lines_mutex;
 std::vector<std::pair<std::string, std::string>> g_lines;  // (type, message)
@@ -68,7 +68,7 @@ protected:
     // Codec objects and context slots point into the plugins: drop them before unmapping.
     codecs_.clear();
     imgui_signals_.on_context_change.DisconnectAll();
-    for (SharedLibrary& library : libraries_) library.Close();
+    for (DlSharedLibrary& library : libraries_) library.Close();
     log_system = nullptr;
     filesystem = nullptr;
     audio_codecs = nullptr;
@@ -76,20 +76,20 @@ protected:
     assert_handler = &NullAssertHandler;
   }
 
-  SharedLibrary& Map(const std::string& path) {
-    SharedLibrary& library = libraries_.emplace_back();
+  DlSharedLibrary& Map(const std::string& path) {
+    DlSharedLibrary& library = libraries_.emplace_back();
     EXPECT_TRUE(library.Open(path)) << library.GetError();
     return library;
   }
 
   template <typename Function>
-  Function Symbol(SharedLibrary& library, const char* name) {
+  Function Symbol(DlSharedLibrary& library, const char* name) {
     void* address = library.GetSymbol(name);
     EXPECT_NE(address, nullptr) << name << ": " << library.GetError();
     return reinterpret_cast<Function>(address);
   }
 
-  int32_t Load(SharedLibrary& library) {
+  int32_t Load(DlSharedLibrary& library) {
     const CoreGlobals table = GetCoreGlobals();
     return Symbol<PluginLoadFunction>(library, "PluginLoad")(&table);
   }
@@ -98,7 +98,7 @@ protected:
   Filesystem filesystem_;
   AudioCodecRegistry codecs_;
   ImGuiSignals imgui_signals_;
-  std::deque<SharedLibrary> libraries_;  // a deque: libraries neither copy nor move
+  std::deque<DlSharedLibrary> libraries_;  // a deque: libraries neither copy nor move
 };
 
 TEST(PluginModule, ExportsExactlyTheThreeEntryPoints) {
@@ -107,7 +107,7 @@ TEST(PluginModule, ExportsExactlyTheThreeEntryPoints) {
 }
 
 TEST_F(PluginBoundary, WavDescriptionIsStableAcrossLoad) {
-  SharedLibrary& wav = Map(kWavPlugin);
+  DlSharedLibrary& wav = Map(kWavPlugin);
   auto describe = Symbol<PluginGetDescriptionFunction>(wav, "PluginGetDescription");
   const PluginDescription before = describe();
   EXPECT_EQ(before.api_version, 1u);
@@ -130,7 +130,7 @@ TEST_F(PluginBoundary, WavDescriptionIsStableAcrossLoad) {
 }
 
 TEST_F(PluginBoundary, WavLoadRegistersOneCodecAndReloadReplacesIt) {
-  SharedLibrary& wav = Map(kWavPlugin);
+  DlSharedLibrary& wav = Map(kWavPlugin);
   ASSERT_EQ(Load(wav), 0);
   ASSERT_EQ(codecs_.size(), 1u);
   ASSERT_EQ(codecs_.count("WAV"), 1u);
@@ -154,7 +154,7 @@ TEST_F(PluginBoundary, WavCodecOpensHostFilesAndLogsThroughTheHost) {
                                1,   2,   3,   4,   5,   6,   7,   8};
   ASSERT_TRUE(filesystem_.DataToFile("@mem/a.wav", wav_bytes, sizeof(wav_bytes)));
 
-  SharedLibrary& wav = Map(kWavPlugin);
+  DlSharedLibrary& wav = Map(kWavPlugin);
   ASSERT_EQ(Load(wav), 0);
   log_.SetLogFilter(0xffff);
   std::shared_ptr<AudioData> stream = codecs_["WAV"]->Open("@mem/a.wav");
@@ -174,7 +174,7 @@ TEST_F(PluginBoundary, WavCodecOpensHostFilesAndLogsThroughTheHost) {
 // The module's globals are its own: nothing of the host reaches the probe before binding, and
 // after binding it uses the host's very objects.
 TEST_F(PluginBoundary, ModuleGlobalsAreItsOwnUntilBound) {
-  SharedLibrary& probe = Map(kProbePlugin);
+  DlSharedLibrary& probe = Map(kProbePlugin);
   auto probe_log = Symbol<void (*)(const char*)>(probe, "ProbeLog");
   auto probe_log_system = Symbol<const void* (*)()>(probe, "ProbeLogSystem");
   auto probe_exists = Symbol<bool (*)(const char*)>(probe, "ProbeExists");
@@ -205,7 +205,7 @@ TEST_F(PluginBoundary, ContextChangesAfterLoadReachTheModule) {
   ImGuiContext* current = ImGui::CreateContext();
   ImGui::SetCurrentContext(current);
 
-  SharedLibrary& probe = Map(kProbePlugin);
+  DlSharedLibrary& probe = Map(kProbePlugin);
   auto probe_context = Symbol<ImGuiContext* (*)()>(probe, "ProbeImGuiContext");
   ASSERT_EQ(Load(probe), 0);
   // Already current before the load: not seen until the next change.

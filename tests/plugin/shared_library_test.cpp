@@ -5,8 +5,8 @@
 namespace tv {
 namespace {
 
-TEST(SharedLibrary, ResolvesExportsAndRefusesWhatIsMissing) {
-  SharedLibrary library;
+TEST(DlSharedLibrary, ResolvesExportsAndRefusesWhatIsMissing) {
+  DlSharedLibrary library;
   ASSERT_TRUE(library.Open(std::string(TV_PLUGIN_DIR) + "/wav_audio_codec.so")) << library.GetError();
   EXPECT_TRUE(library.IsOpen());
   EXPECT_NE(library.GetSymbol("PluginLoad"), nullptr);
@@ -18,8 +18,8 @@ TEST(SharedLibrary, ResolvesExportsAndRefusesWhatIsMissing) {
   EXPECT_EQ(library.GetSymbol("PluginLoad"), nullptr);
 }
 
-TEST(SharedLibrary, ReportsTheLoaderReason) {
-  SharedLibrary library;
+TEST(DlSharedLibrary, ReportsTheLoaderReason) {
+  DlSharedLibrary library;
   EXPECT_FALSE(library.Open("/nonexistent/folder/plugin.so"));
   EXPECT_NE(library.GetError().find("No such file"), std::string::npos) << library.GetError();
 
