@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -52,7 +53,8 @@ protected:
     tv::plugins = &registry_;
     tv::audio_codecs = &codecs_;
     tv::imgui_signals = &imgui_;
-    plugin_log_ = ::testing::TempDir() + "plugin_registry_log.txt";
+    // One file per test process: CTest runs the tests of this program side by side.
+    plugin_log_ = ::testing::TempDir() + "plugin_registry_log_" + std::to_string(getpid()) + ".txt";
     std::remove(plugin_log_.c_str());
     setenv("TV_TEST_PLUGIN_LOG", plugin_log_.c_str(), 1);
   }
@@ -117,7 +119,7 @@ TEST_F(PluginRegistryTest, EachFlawIsRefusedWithItsLineAndTheLibraryUnmapped) {
 
 TEST_F(PluginRegistryTest, AnOrdinaryLibraryIsNoPlugin) {
   // A copy of a system library, so that it is mapped fresh and unmapped again.
-  const std::string copy = ::testing::TempDir() + "libz_copy.so";
+  const std::string copy = ::testing::TempDir() + "libz_copy_" + std::to_string(getpid()) + ".so";
   std::filesystem::copy_file("/lib/x86_64-linux-gnu/libz.so.1", copy,
                              std::filesystem::copy_options::overwrite_existing);
   EXPECT_FALSE(tv::LoadPlugin(copy));
