@@ -31,14 +31,26 @@ uint32_t LogLevelMask(const std::string& type) {
   return 65535;
 }
 
+// "seconds:mmm:uuu:nnn", the text of format("%1:%2:%3:%4") with three padded groups, written
+// digit by digit: it is built for every line.
 std::string FormatLogTimestamp(time_ns since_start) {
-  const int64_t seconds = since_start / 1000000000;
-  const int64_t rest = since_start % 1000000000;
-  return format("%1:%2:%3:%4")
-      .arg(seconds)
-      .arg(rest / 1000000, 3, '0')
-      .arg(rest / 1000 % 1000, 3, '0')
-      .arg(rest % 1000, 3, '0');
+  const bool negative = since_start < 0;
+  uint64_t magnitude = negative ? 0 - uint64_t(since_start) : uint64_t(since_start);
+  char buffer[40];
+  char* p = buffer + sizeof(buffer);
+  for (int group = 0; group < 3; ++group) {
+    for (int digit = 0; digit < 3; ++digit) {
+      *--p = char('0' + magnitude % 10);
+      magnitude /= 10;
+    }
+    *--p = ':';
+  }
+  do {
+    *--p = char('0' + magnitude % 10);
+    magnitude /= 10;
+  } while (magnitude != 0);
+  if (negative) *--p = '-';
+  return std::string(p, buffer + sizeof(buffer));
 }
 
 std::string FormatLogLine(const std::string& timestamp, const std::string& message, const std::string& type,
