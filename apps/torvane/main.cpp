@@ -8,6 +8,7 @@
 #include "core_session.h"
 #include "decode_command.h"
 #include "info_command.h"
+#include "types_command.h"
 
 namespace {
 
@@ -18,6 +19,8 @@ void PrintHelp(std::FILE* to) {
                "commands:\n"
                "  info\n"
                "      start the core and print its version, plugins, codecs, mounts and workers\n"
+               "  types [NAME]\n"
+               "      list the registered types, or one type with its aliases, fields and enum values\n"
                "  decode FILE.wav [-o OUT] [--seek SECONDS] [--info]\n"
                "      decode a WAV file through the wav_audio_codec plugin into raw frames\n"
                "  zip ls ARCHIVE [PATH] [WILDCARD] [-r] | zip cat ARCHIVE ENTRY\n"
@@ -49,6 +52,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (command == "info") return tv::RunInfoCommand(count - 1, args + 1, options);
+  if (command == "types") return tv::RunTypesCommand(count - 1, args + 1, options);
   if (command == "decode") return tv::RunDecodeCommand(count - 1, args + 1, options);
   if (command == "zip") return tv::RunZipCommand(count - 1, args + 1, options);
   if (command == "core") return tv::RunCoreCommand(count - 1, args + 1, options);

@@ -29,6 +29,8 @@
 #include "platform/window_system.h"
 #include "plugin/imgui_signals.h"
 #include "plugin/plugin_registry.h"
+#include "reflection/core_types.h"
+#include "reflection/type_registry.h"
 
 namespace tv {
 
@@ -110,8 +112,9 @@ void Init(const std::string& program_path) {
   audio_codecs = new AudioCodecRegistry();
   picture_codecs = new PictureCodecRegistry();
 
-  // The type registry is built here once it exists: basic types, math types, containers, geometry
-  // and material, then the render and scene classes.
+  // Every type is known before a document can be read or a plugin can look one up.
+  types = new TypeRegistry();
+  RegisterCoreTypes(*types);
 
   factory_map_a = new FactoryMapA();
   factory_map_b = new FactoryMapB();
@@ -146,6 +149,8 @@ void Uninit() {
   debug("tv::Uninit");
   DisconnectWindowSlots();
   // The engine debugger's slots go here; the render system's shutdown runs here on worker 0.
+  // The type registry stays, like every service: types that plugins registered hold their code,
+  // unmapped from here on, so TypeRegistry::Shutdown may only ever run before this point.
   UnloadPlugins();
   log_system->Shutdown();
   timer_thread->stop();

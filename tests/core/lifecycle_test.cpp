@@ -28,7 +28,9 @@
 #include "foundation/timer_thread.h"
 #include "platform/input_system.h"
 #include "platform/window_system.h"
+#include "math/matrix4.h"
 #include "plugin/plugin_registry.h"
+#include "reflection/type_registry.h"
 
 namespace {
 
@@ -65,11 +67,10 @@ TEST(Lifecycle, StartsRunsFramesAndStopsLikeAHost) {
   tv::Init(program);
   unsetenv("TORVANE_PLUGINS_PATH");
 
-  // Every service of the table exists (the type registry arrives with the type system), and the
-  // ready signal came last.
+  // Every service of the table exists, and the ready signal came last.
   EXPECT_EQ(ready, 1);
   for (const void* service :
-       {(const void*)tv::plugins, (const void*)tv::log_system, (const void*)tv::task_system, (const void*)tv::timer_thread,
+       {(const void*)tv::plugins, (const void*)tv::types, (const void*)tv::log_system, (const void*)tv::task_system, (const void*)tv::timer_thread,
         (const void*)tv::filesystem, (const void*)tv::input_system, (const void*)tv::engine_facade,
         (const void*)tv::window_system, (const void*)tv::profiler, (const void*)tv::engine_signals,
         (const void*)tv::component_factories, (const void*)tv::factory_map_a, (const void*)tv::factory_map_b,
@@ -78,6 +79,10 @@ TEST(Lifecycle, StartsRunsFramesAndStopsLikeAHost) {
         (const void*)tv::gpu_resources})
     EXPECT_NE(service, nullptr);
   EXPECT_NE(tv::assert_handler, &tv::NullAssertHandler);
+  // The core's types are there before any plugin loads, under name and alias.
+  ASSERT_NE(tv::types->FindType("Vector3"), nullptr);
+  EXPECT_EQ(tv::types->FindType("tv::Vector3"), tv::types->FindType("Vector3"));
+  EXPECT_TRUE(tv::types->FindType("RotationOrder")->IsEnum());
   EXPECT_EQ(tv::GetThreadName(std::this_thread::get_id()), "Main");
   EXPECT_EQ(tv::main_thread_id, std::this_thread::get_id());
 
@@ -151,6 +156,11 @@ TEST(Lifecycle, StartsRunsFramesAndStopsLikeAHost) {
   // Stopped, not freed: the services stay reachable for whatever still points at them.
   EXPECT_NE(tv::log_system, nullptr);
   EXPECT_NE(tv::filesystem, nullptr);
+  // The registry outlives the plugins, with its defaults intact.
+  const tv::Type* matrix = tv::types->FindType("Matrix4");
+  ASSERT_NE(matrix, nullptr);
+  const tv::Matrix4 identity;
+  EXPECT_TRUE(matrix->IsDefault(&identity));
 }
 
 } // namespace
