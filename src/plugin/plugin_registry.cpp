@@ -1,9 +1,12 @@
 #include "plugin/plugin_registry.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <typeinfo>
+#include <utility>
 
 #include "file/path.h"
 #include "file/std_file_driver.h"
@@ -22,23 +25,29 @@ namespace {
 // Where bare names are looked up; empty for the loader's own search.
 std::string g_library_folder;
 
-// Slot counts of the host's registries, so that what a failing PluginLoad left there (and which
-// would call into code about to be unmapped) can be taken out again.
+// What stood in the host's registries before a PluginLoad, so that what a failing one left there
+// (and which would call into code about to be unmapped) can be taken out again.
 struct RegistryMarks {
   size_t context_slots = 0;
   size_t atlas_slots = 0;
-  std::vector<std::string> codec_names;
+  std::vector<std::pair<std::string, const AudioCodec*>> codecs;
 };
 
 RegistryMarks MarkRegistries() {
   RegistryMarks marks;
   if (audio_codecs != nullptr)
-    for (const auto& [name, codec] : *audio_codecs) marks.codec_names.push_back(name);
+    for (const auto& [name, codec] : *audio_codecs) marks.codecs.emplace_back(name, codec.get());
   if (imgui_signals != nullptr) {
     marks.context_slots = imgui_signals->on_context_change.GetSlotCount();
     marks.atlas_slots = imgui_signals->on_font_atlas.GetSlotCount();
   }
   return marks;
+}
+
+// Base address of the module that holds `address`, or null.
+const void* ModuleOf(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
 }
 
 template <typename Signal>
@@ -47,10 +56,15 @@ void TruncateSlots(Signal& signal, size_t count) {
   if (signal.slots.size() > count) signal.slots.resize(count);
 }
 
-void RollBackRegistries(const RegistryMarks& marks) {
+// Runs while `module` is still mapped: dropping a codec runs its destructor, which is module code.
+void RollBackRegistries(const RegistryMarks& marks, const void* module) {
   if (audio_codecs != nullptr) {
     std::erase_if(*audio_codecs, [&](const auto& entry) {
-      return std::find(marks.codec_names.begin(), marks.codec_names.end(), entry.first) == marks.codec_names.end();
+      const std::pair<std::string, const AudioCodec*> key(entry.first, entry.second.get());
+      // A codec replaced under a known name may sit at the old one's address; its class (found
+      // through its type information) still gives it away as the module's.
+      return std::find(marks.codecs.begin(), marks.codecs.end(), key) == marks.codecs.end() ||
+             (module != nullptr && ModuleOf(&typeid(*entry.second)) == module);
     });
   }
   if (imgui_signals == nullptr) return;
@@ -120,7 +134,7 @@ bool LoadPlugin(const std::string& path) {
   const RegistryMarks marks = MarkRegistries();
   const CoreGlobals table = GetCoreGlobals();
   if (plugin->load(&table) != 0) {
-    RollBackRegistries(marks);
+    RollBackRegistries(marks, ModuleOf(reinterpret_cast<const void*>(plugin->load)));
     return refuse("Plugin failed while initializing ('%1')");
   }
   const PluginDescription& d = plugin->description;

@@ -41,14 +41,16 @@ std::unique_ptr<SharedLibrary> LoadSharedLibrary(const std::string& path);
 // own search.
 bool SetSharedLibraryPath(const std::string& folder);
 
-// Maps, checks, binds and registers one plugin. Each refusal is a debug line and unmaps again.
+// Maps, checks, binds and registers one plugin. Each refusal is a debug line and unmaps again;
+// when PluginLoad itself fails, the codecs and Dear ImGui slots it added are dropped first.
 bool LoadPlugin(const std::string& path);
 // Loads every "*.so" of `folder`, in name order; returns how many loaded.
 uint32_t LoadPlugins(const std::string& folder);
 // Loads from each default path in turn.
 uint32_t LoadPlugins();
 // Waits until the task system is idle (a task may run plugin code), then unloads every plugin,
-// oldest first.
+// oldest first. What loaded plugins registered with the host (codecs, signal slots) is their code
+// and is left alone here: the host drops it before calling this.
 void UnloadPlugins();
 void BlacklistPlugins(const std::vector<std::string>& patterns);
 

@@ -2,7 +2,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <string>
 
+#include "audio/audio_codec.h"
 #include "plugin/core_globals.h"
 #include "plugin/plugin_description.h"
 
@@ -25,7 +28,7 @@
 namespace {
 
 // Appends a word to the file named by TV_TEST_PLUGIN_LOG, so a test sees what ran and in what order.
-void Record(const char* what) {
+[[maybe_unused]] void Record(const char* what) {
   const char* path = std::getenv("TV_TEST_PLUGIN_LOG");
   if (path == nullptr) return;
   if (std::FILE* file = std::fopen(path, "a")) {
@@ -33,6 +36,22 @@ void Record(const char* what) {
     std::fclose(file);
   }
 }
+
+#ifdef TEST_REGISTER_CODECS
+struct TestCodec : tv::AudioCodec {
+  std::shared_ptr<tv::AudioData> Open(const std::string&) override { return nullptr; }
+  std::string GetExtension() override { return "test"; }
+};
+
+// Leaves code of this module in the host's codec registry: a codec of its own name, and one put
+// in place of the host's "Shared" (erased first, so the new one may well reuse its address).
+void RegisterCodecs() {
+  if (tv::audio_codecs == nullptr) return;
+  tv::audio_codecs->erase("Shared");
+  (*tv::audio_codecs)["Shared"] = std::make_unique<TestCodec>();
+  (*tv::audio_codecs)[TEST_PLUGIN_NAME] = std::make_unique<TestCodec>();
+}
+#endif
 
 } // namespace
 
@@ -47,6 +66,9 @@ TV_PLUGIN_EXPORT tv::PluginDescription PluginGetDescription() {
 TV_PLUGIN_EXPORT int32_t PluginLoad(const tv::CoreGlobals* table) {
   tv::BindCoreGlobals(table);
   Record("load");
+#ifdef TEST_REGISTER_CODECS
+  RegisterCodecs();
+#endif
   return TEST_LOAD_RESULT;
 }
 #endif
