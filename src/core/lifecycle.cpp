@@ -10,8 +10,9 @@
 #include <system_error>
 
 #include "audio/audio_codec.h"
+#include "core/core_registration.h"
 #include "core/engine_facade.h"
-#include "core/engine_signals.h"
+#include "foundation/engine_signals.h"
 #include "engine/gpu_resource_registry.h"
 #include "file/filesystem.h"
 #include "file/path.h"
@@ -29,8 +30,8 @@
 #include "platform/window_system.h"
 #include "plugin/imgui_signals.h"
 #include "plugin/plugin_registry.h"
-#include "reflection/core_types.h"
 #include "reflection/type_registry.h"
+#include "scene/component_registry.h"
 
 namespace tv {
 
@@ -122,8 +123,9 @@ void Init(const std::string& program_path) {
   factory_map_d = new FactoryMapD();
   factory_map_e = new FactoryMapE();
 
-  // The component, post-process and script factories register here as their classes arrive.
   component_factories = new ComponentFactories();
+  RegisterCoreComponents(*component_factories);
+  // The physics and post-process factories follow here as their classes arrive.
 
   if (!SetProcessPriority(4)) debug("Failed to raise process priority");
   if (!RaiseTimerResolution()) debug("Failed to raise OS timer resolution");

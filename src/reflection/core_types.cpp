@@ -121,15 +121,9 @@ void RegisterMathTypes(TypeRegistry& registry) {
                           {"AxisLast", 6}});
 }
 
-void RegisterCoreTypes(TypeRegistry& registry) {
+void RegisterValueTypes(TypeRegistry& registry) {
   RegisterBasicTypes(registry);  // steps 1 and 2
   RegisterMathTypes(registry);   // step 3
-  // Step 4, content types: TangentFrame, Picture, the texture enums and TextureUnitConfig,
-  // Material, Polygon, GeometrySkin, GeometryFlag, Geometry, ShaderType.
-  // Step 5, GPU handles. Step 6, render classes. Step 7, scene, component and system classes.
-  // Step 8, the serializers of geometry, material, render handles, scene, node, script parameter
-  // lists and decorators.
-  // Each step registers here, in this order, as its classes arrive.
 }
 
 } // namespace tv

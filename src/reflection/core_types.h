@@ -10,7 +10,8 @@ class TypeRegistry;
 void RegisterBasicTypes(TypeRegistry& registry);
 // Step 3: "BinaryData", then each math type followed by its vector, then "RotationOrder" and "Axis".
 void RegisterMathTypes(TypeRegistry& registry);
-// Every step, in order, on the calling thread, before any document is read.
-void RegisterCoreTypes(TypeRegistry& registry);
+// Steps 1 to 3: the types of this layer. The later steps, and the whole order, belong to the
+// core's start-up (RegisterCoreTypes).
+void RegisterValueTypes(TypeRegistry& registry);
 
 } // namespace tv

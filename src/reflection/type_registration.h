@@ -31,6 +31,15 @@ Type* RegisterValueType(TypeRegistry& registry, const std::string& native_name =
   return type;
 }
 
+// A class that exists only behind shared pointers (a handle, a component, a system): no factory.
+template <typename T>
+Type* RegisterClassType(TypeRegistry& registry, const std::string& native_name) {
+  Type* type = registry.GetType<T>();
+  type->size = uint32_t(sizeof(T));
+  SetNativeName(registry, type, native_name);
+  return type;
+}
+
 // std::vector<T>, named "<element>Vector", with its element access.
 template <typename T>
 Type* RegisterVectorType(TypeRegistry& registry, const std::string& native_name = {}) {
@@ -61,7 +70,7 @@ Type* RegisterSharedPtrType(TypeRegistry& registry, const std::string& native_cl
 // A plain data member with the default that a default-constructed C gives it.
 template <typename C, typename T>
 void AddMemberField(Type* type, const std::string& field_name, T C::*member, const C& defaults = C{}) {
-  type->AddField(field_name, new ClassField<C, T>(member), defaults.*member);
+  type->AddField<T>(field_name, new ClassField<C, T>(member), defaults.*member);
 }
 
 } // namespace tv

@@ -14,7 +14,7 @@
 
 #include "audio/audio_codec.h"
 #include "core/engine_facade.h"
-#include "core/engine_signals.h"
+#include "foundation/engine_signals.h"
 #include "core/lifecycle.h"
 #include "file/filesystem.h"
 #include "file/std_file_driver.h"

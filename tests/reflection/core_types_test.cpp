@@ -18,7 +18,7 @@ class CoreTypes : public ::testing::Test {
 protected:
   static void SetUpTestSuite() {
     registry_ = new tv::TypeRegistry();
-    tv::RegisterCoreTypes(*registry_);
+    tv::RegisterValueTypes(*registry_);
   }
   static void TearDownTestSuite() {
     delete registry_;

@@ -46,7 +46,7 @@ namespace {
 class TypeFields : public ::testing::Test {
 protected:
   void SetUp() override {
-    tv::RegisterCoreTypes(registry_);
+    tv::RegisterValueTypes(registry_);
     tv::RegisterSharedPtrType<tv::Vector3>(registry_, "tv::Vector3");
     thing_type_ = tv::RegisterValueType<Thing>(registry_, "tv::Thing");
     thing_type_->AddField("Weight", new tv::ClassField<Thing, float>(&Thing::weight))

@@ -57,7 +57,7 @@ TV_PLUGIN_EXPORT void PluginUnload() {}
 TV_PLUGIN_EXPORT const tv::Type* ProbeOwnType(const char* name) {
   static tv::TypeRegistry own;
   if (own.types.empty()) {
-    tv::RegisterCoreTypes(own);
+    tv::RegisterValueTypes(own);
     RegisterProbeTypes(own);
   }
   return own.FindType(name);

@@ -23,7 +23,7 @@ TEST(TypesAcrossModules, PluginTypesAreFoundByNameAndAliasAndMatchByHash) {
   tv::PluginRegistry plugins;
   tv::ImGuiSignals imgui;
   auto registry = std::make_unique<tv::TypeRegistry>();
-  tv::RegisterCoreTypes(*registry);
+  tv::RegisterValueTypes(*registry);
   tv::log_system = &log;
   tv::plugins = &plugins;
   tv::imgui_signals = &imgui;

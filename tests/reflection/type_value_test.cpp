@@ -32,7 +32,7 @@ namespace {
 class TypeValues : public ::testing::Test {
 protected:
   void SetUp() override {
-    tv::RegisterCoreTypes(registry_);
+    tv::RegisterValueTypes(registry_);
     tracked_ = tv::RegisterValueType<Tracked>(registry_);
     alive_ = Tracked::alive;
   }

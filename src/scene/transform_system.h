@@ -1,0 +1,97 @@
+#pragma once
+// Keeps the world matrix of every transform in flat rows and re-evaluates the dynamic ones at each
+// commit, level by level of hierarchy depth, in parallel.
+//
+// Each transform that joins gets a row (never reused) in three parallel arrays: the world matrix
+// of the evaluation before the last (`previous_world`), of the last (`current_world`) and the one
+// being computed (`next_world`). A commit applies the queued transform setters, then plans the
+// evaluation: dynamic nodes sorted by depth, cut into batches of 512 per level, one barrier task
+// per level that starts the next level only when its own batches are done. The chain runs in
+// `update_tasks`, so the next WaitUpdate of the scene is what guarantees it ended; only then may
+// rows be read without racing.
+//
+// Static nodes, and nodes driven by a "Dynamics" component, are evaluated once, when they join.
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "foundation/task.h"
+#include "math/matrix4.h"
+#include "scene/scene_system.h"
+
+namespace tv {
+
+class Node;
+class Transform;
+class TransformBarrierTask;
+
+// FNV-1a over the bytes of a pointer value.
+struct TransformPointerHash {
+  size_t operator()(const Transform* transform) const;
+};
+
+class TransformSystem : public SceneSystem, public std::enable_shared_from_this<TransformSystem> {
+public:
+  static constexpr uint32_t kBatchSize = 512;
+  static constexpr size_t kResetBuckets = 16;
+
+  TransformSystem();
+  // Waits for an evaluation still running: it writes the rows.
+  ~TransformSystem() override;
+
+  const std::string& GetAspect() const override;
+  // Starts DoCommit in `commit_tasks`.
+  void Commit() override;
+  void AddComponent(std::shared_ptr<Component> component) override;
+  void RemoveComponent(const std::shared_ptr<Component>& component) override;
+  void DrawDebugPanel(RenderSystem& render_system) override;
+  std::shared_ptr<SceneSystem> shared_from_this_system() override;
+
+  // Asks for `transform`'s world matrix to be `world` at the next commit. No lock: from the
+  // driving thread or a queued call.
+  void ResetWorld(Transform* transform, const Matrix4& world);
+
+  // Steps of a commit, public for tests and tools: the queue and the resets, then the plan.
+  void DoCommit();
+  void PlanTransformTasks();
+  // The barrier chain of the dynamic nodes as they stand, not yet queued.
+  std::shared_ptr<TransformBarrierTask> MakeTransformPlan();
+  void ApplyModifiers();
+  // next_world of the transform's row from its local matrix and its parent's world matrix.
+  void ComputeNextWorld(Transform& transform);
+
+  std::unordered_map<Transform*, Matrix4, TransformPointerHash> world_resets{kResetBuckets};
+  uint32_t explicit_reset_count = 0;
+  std::vector<std::shared_ptr<Node>> nodes;  // evaluated at each commit, in joining order
+  std::vector<std::shared_ptr<Component>> modifiers;
+  std::vector<Matrix4> previous_world;
+  std::vector<Matrix4> current_world;
+  std::vector<Matrix4> next_world;
+};
+
+// Up to 512 nodes of one level, evaluated in order.
+class TransformBatchTask : public task {
+public:
+  explicit TransformBatchTask(TransformSystem* owner) : system(owner) {}
+  void run() override;
+
+  TransformSystem* system;
+  uint32_t count = 0;
+  std::array<Node*, TransformSystem::kBatchSize> nodes;
+};
+
+// One level: queues its batches, and the next level to start once they are all done.
+class TransformBarrierTask : public task {
+public:
+  TransformBarrierTask() { batches.reserve(8); }
+  void run() override;
+
+  std::vector<std::shared_ptr<task>> batches;
+  std::shared_ptr<TransformBarrierTask> next;
+};
+
+} // namespace tv
