@@ -7,6 +7,7 @@
 #include "archive_commands.h"
 #include "core_session.h"
 #include "decode_command.h"
+#include "demo_command.h"
 #include "info_command.h"
 #include "types_command.h"
 
@@ -27,6 +28,8 @@ void PrintHelp(std::FILE* to) {
                "      list or print the entries of a zip archive through the zip driver\n"
                "  core ls [PATH] [WILDCARD] [-r] | core cat ENTRY\n"
                "      list or print the files of the core archive built into the engine\n"
+               "  demo [--nodes N] [--depth D] [--frames F]\n"
+               "      run a built-in scene of animated hierarchies and print frame times and profile\n"
                "\n"
                "%s"
                "\n"
@@ -56,6 +59,7 @@ int main(int argc, char** argv) {
   if (command == "decode") return tv::RunDecodeCommand(count - 1, args + 1, options);
   if (command == "zip") return tv::RunZipCommand(count - 1, args + 1, options);
   if (command == "core") return tv::RunCoreCommand(count - 1, args + 1, options);
+  if (command == "demo") return tv::RunDemoCommand(count - 1, args + 1, options);
   std::fprintf(stderr, "torvane: unknown command '%s'; see torvane --help\n", command.c_str());
   return 1;
 }
