@@ -45,14 +45,6 @@ void Component::SetSystem(const std::shared_ptr<SceneSystem>& owner) {
   commit_queue = owner ? &owner->commit_queue : nullptr;
 }
 
-void Component::ApplyOrQueue(std::function<void()> apply) {
-  if (commit_queue == nullptr) {
-    apply();
-    return;
-  }
-  commit_queue->Queue([keep = shared_from_this_component(), apply = std::move(apply)] { apply(); });
-}
-
 void Component::SetFlag(uint8_t flag, bool on) {
   ApplyOrQueue([this, flag, on] { flags = on ? uint8_t(flags | flag) : uint8_t(flags & ~flag); });
 }

@@ -14,6 +14,8 @@
 #include <memory>
 #include <string>
 
+#include "foundation/call_queue.h"
+
 namespace tv {
 
 class Type;
@@ -21,7 +23,6 @@ class Scene;
 class Node;
 class SceneSystem;
 class Renderable;
-class call_queue_mt;
 
 class Component : public std::enable_shared_from_this<Component> {
 public:
@@ -82,7 +83,14 @@ protected:
 
   // The deferred-setter rule: queues `apply` (keeping the component alive until it ran) when the
   // component belongs to a queue, else runs it now.
-  void ApplyOrQueue(std::function<void()> apply);
+  template <typename Apply>
+  void ApplyOrQueue(Apply&& apply) {
+    if (commit_queue == nullptr) {
+      apply();
+      return;
+    }
+    commit_queue->Queue([keep = shared_from_this_component(), apply = std::forward<Apply>(apply)]() mutable { apply(); });
+  }
   void SetFlag(uint8_t flag, bool on);
 };
 

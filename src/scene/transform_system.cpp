@@ -20,13 +20,9 @@ const std::string kTransformAspect = "Transform";
 const std::string kModifierAspect = "TransformModifier";
 const std::string kDynamicsAspect = "Dynamics";
 
-struct DepthRecord {
-  uint32_t depth;
-  Node* node;
-};
-
 // Stable least-significant-digit radix sort by depth, one byte a pass: `records` ends sorted, with
 // equal depths in their original order. `scratch` is the ping-pong buffer, of the same size.
+template <typename DepthRecord>
 void RadixSortByDepth(std::vector<DepthRecord>& records, std::vector<DepthRecord>& scratch) {
   uint32_t histograms[4][256] = {};
   for (const DepthRecord& record : records)
@@ -73,7 +69,8 @@ void TransformSystem::Commit() {
 void TransformSystem::ComputeNextWorld(Transform& transform) {
   const Matrix4 local = transform.GetLocal();
   const std::shared_ptr<Node> parent_node = transform.parent.lock();
-  const Transform* parent = parent_node ? parent_node->GetTransform().get() : nullptr;
+  const Transform* parent =
+      parent_node ? static_cast<const Transform*>(parent_node->GetCachedComponent(Node::kCachedTransform)) : nullptr;
   if (parent == nullptr) {
     next_world[transform.index] = local;
   } else if (parent->commit_queue == &commit_queue) {
@@ -136,21 +133,39 @@ void TransformSystem::DoCommit() {
 
 void TransformSystem::PlanTransformTasks() { task_system->run_task(MakeTransformPlan(), update_tasks, task::kAnyWorker, 0); }
 
+uint32_t TransformSystem::DepthOf(Node* node) {
+  // Up the chain until a row of known depth, or the top; ancestors are held while looked at.
+  plan_transforms_.clear();
+  plan_chain_.clear();
+  uint32_t depth = 0;
+  for (Node* step = node; step != nullptr;) {
+    auto* transform = static_cast<Transform*>(step->GetCachedComponent(Node::kCachedTransform));
+    if (transform == nullptr) break;
+    if (transform->commit_queue == &commit_queue && plan_depths_[transform->index] != 0) {
+      depth = plan_depths_[transform->index];
+      break;
+    }
+    plan_transforms_.push_back(transform);
+    std::shared_ptr<Node> parent = transform->parent.lock();
+    step = parent.get();
+    if (parent) plan_chain_.push_back(std::move(parent));
+  }
+  // Back down, outermost first: each row walked gets its depth.
+  for (auto at = plan_transforms_.rbegin(); at != plan_transforms_.rend(); ++at) {
+    ++depth;
+    if ((*at)->commit_queue == &commit_queue) plan_depths_[(*at)->index] = depth;
+  }
+  return depth;
+}
+
 std::shared_ptr<TransformBarrierTask> TransformSystem::MakeTransformPlan() {
   const size_t count = nodes.size();
-  std::vector<DepthRecord> records(count);
-  std::vector<DepthRecord> scratch(count);
-  for (size_t i = 0; i < count; ++i) {
-    uint32_t depth = 0;
-    for (std::shared_ptr<Node> at = nodes[i]; at;) {
-      const std::shared_ptr<Transform> transform = at->GetTransform();
-      if (!transform) break;
-      ++depth;
-      at = transform->parent.lock();
-    }
-    records[i] = DepthRecord{depth, nodes[i].get()};
-  }
-  RadixSortByDepth(records, scratch);
+  plan_records_.resize(count);
+  plan_scratch_.resize(count);
+  plan_depths_.assign(current_world.size(), 0);
+  std::vector<DepthRecord>& records = plan_records_;
+  for (size_t i = 0; i < count; ++i) records[i] = DepthRecord{DepthOf(nodes[i].get()), nodes[i].get()};
+  RadixSortByDepth(records, plan_scratch_);
 
   auto first = std::make_shared<TransformBarrierTask>();
   std::shared_ptr<TransformBarrierTask> barrier = first;

@@ -71,6 +71,22 @@ public:
   std::vector<Matrix4> previous_world;
   std::vector<Matrix4> current_world;
   std::vector<Matrix4> next_world;
+
+private:
+  struct DepthRecord {
+    uint32_t depth;
+    Node* node;
+  };
+  // Depth of `node` on its chain of transforms; rows met on the way remember theirs for the rest
+  // of the plan, so each chain is walked once.
+  uint32_t DepthOf(Node* node);
+
+  // Kept from plan to plan so that a commit allocates nothing for them.
+  std::vector<DepthRecord> plan_records_;
+  std::vector<DepthRecord> plan_scratch_;
+  std::vector<uint32_t> plan_depths_;  // by row; 0: not known yet
+  std::vector<Transform*> plan_transforms_;
+  std::vector<std::shared_ptr<Node>> plan_chain_;
 };
 
 // Up to 512 nodes of one level, evaluated in order.
