@@ -352,12 +352,10 @@ void Scene::commit_Clear() {
   for (const std::shared_ptr<Node>& node : nodes)
     for (const std::shared_ptr<Component>& component : node->components)
       for (const std::shared_ptr<SceneSystem>& system : systems) system->RemoveComponent(component);
-  while (!components.empty()) {
-    const std::shared_ptr<Component> first = components.front();
-    // A component whose scene link is gone would never leave: drop it by hand.
-    if (first->scene.lock().get() != this) components.erase(components.begin());
-    commit_RemoveComponent(first);
-  }
+  // Every scene component leaves, even one whose scene link is gone already.
+  for (const std::shared_ptr<Component>& component : components)
+    if (component->scene.lock().get() == this) component->SetScene(nullptr);
+  components.clear();
   while (!nodes.empty()) {
     const std::shared_ptr<Node> first = nodes.front();
     first->scene.reset();
