@@ -10,6 +10,9 @@ packages=(
   libglm-dev                            # independent oracle of the math tests (test-only)
   libssl-dev                            # SHA-1 of FileHash (libcrypto)
   libimgui-dev libstb-dev               # Dear ImGui context slot of the plugin boundary
+  libtinyxml2-dev rapidjson-dev        # XML and JSON documents
+  libagg-dev                            # picture drawing (Anti-Grain Geometry)
+  imagemagick                           # pictures made by another program for the codec tests
   libutfcpp-dev                         # UTF-8/UTF-16 conversions of the string helpers
   libdw-dev                             # callstacks: stack walk, symbols and source lines
   zlib1g-dev libminizip-dev             # zip archives and the embedded core archive
