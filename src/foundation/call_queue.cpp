@@ -4,10 +4,9 @@
 
 namespace tv {
 
-void call_queue_mt::Queue(Call call) {
-  auto owned = std::make_unique<Call>(std::move(call));
+void call_queue_mt::QueueOwned(std::unique_ptr<Call> call) {
   std::lock_guard<std::mutex> lock(mutex);
-  calls.push_back(std::move(owned));
+  calls.push_back(std::move(call));
 }
 
 void call_queue_mt::Process() {
@@ -37,7 +36,7 @@ void SetMainThread(std::thread::id id) { g_main_thread.store(id); }
 
 bool IsMainThread() { return std::this_thread::get_id() == g_main_thread.load(); }
 
-void PostToMainThread(call_queue_mt::Call call) { MainQueue().Queue(std::move(call)); }
+void PostToMainThread(std::function<void()> call) { MainQueue().Queue(std::move(call)); }
 
 void ProcessMainThreadCalls() {
   if (IsMainThread()) MainQueue().Process();

@@ -56,7 +56,10 @@ void Transform::SetRotationMatrix(const Matrix3& local_rotation) {
 }
 
 void Transform::SetParent(const std::shared_ptr<Node>& parent_node) {
-  ApplyOrQueue([this, link = std::weak_ptr<Node>(parent_node)] { parent = link; });
+  ApplyOrQueue([this, link = std::weak_ptr<Node>(parent_node)] {
+    parent = link;
+    if (TransformSystem* owner = GetTransformSystem()) owner->InvalidatePlan();
+  });
 }
 
 void Transform::SetLocal(const Matrix4& local) {

@@ -96,6 +96,7 @@ void TransformSystem::AddComponent(std::shared_ptr<Component> component) {
     if (const std::shared_ptr<Node> node = component->GetNode();
         node && !node->GetIsStatic() && !node->GetComponent(kDynamicsAspect))
       nodes.push_back(node);
+    InvalidatePlan();
     SceneSystem::AddComponent(std::move(component));
   } else if (aspect == kModifierAspect) {
     modifiers.push_back(component);
@@ -109,6 +110,7 @@ void TransformSystem::RemoveComponent(const std::shared_ptr<Component>& componen
     const auto at = std::find(nodes.begin(), nodes.end(), node);
     if (at != nodes.end()) nodes.erase(at);
   }
+  InvalidatePlan();
   SceneSystem::RemoveComponent(component);
 }
 
@@ -158,7 +160,24 @@ uint32_t TransformSystem::DepthOf(Node* node) {
   return depth;
 }
 
-std::shared_ptr<TransformBarrierTask> TransformSystem::MakeTransformPlan() {
+TransformSystem::PlanEntry TransformSystem::MakePlanEntry(Node* node) {
+  auto* transform = static_cast<Transform*>(node->GetCachedComponent(Node::kCachedTransform));
+  PlanEntry entry{node, transform, PlanEntry::kResolveParent};
+  if (transform == nullptr) return entry;
+  const std::shared_ptr<Node> parent_node = transform->parent.lock();
+  if (!parent_node) {
+    // An empty or expired link stays so until SetParent, which invalidates the plan.
+    entry.parent_row = PlanEntry::kNoParentRow;
+  } else if (const auto* parent =
+                 static_cast<const Transform*>(parent_node->GetCachedComponent(Node::kCachedTransform));
+             parent != nullptr && parent->commit_queue == &commit_queue) {
+    // The parent's transform leaves this system before it can change or go away.
+    entry.parent_row = parent->index;
+  }
+  return entry;
+}
+
+void TransformSystem::RebuildPlan() {
   const size_t count = nodes.size();
   plan_records_.resize(count);
   plan_scratch_.resize(count);
@@ -166,28 +185,37 @@ std::shared_ptr<TransformBarrierTask> TransformSystem::MakeTransformPlan() {
   std::vector<DepthRecord>& records = plan_records_;
   for (size_t i = 0; i < count; ++i) records[i] = DepthRecord{DepthOf(nodes[i].get()), nodes[i].get()};
   RadixSortByDepth(records, plan_scratch_);
+  plan_chain_.clear();
 
-  auto first = std::make_shared<TransformBarrierTask>();
-  std::shared_ptr<TransformBarrierTask> barrier = first;
-  auto batch = std::make_shared<TransformBatchTask>(this);
-  uint32_t current_depth = 0;
-  bool first_record = true;
-  for (const DepthRecord& record : records) {
-    if (first_record || record.depth != current_depth) {
-      first_record = false;
-      barrier->batches.push_back(std::move(batch));
-      batch = std::make_shared<TransformBatchTask>(this);
-      barrier->next = std::make_shared<TransformBarrierTask>();
-      barrier = barrier->next;
-      current_depth = record.depth;
-    }
-    if (batch->count == kBatchSize) {
-      barrier->batches.push_back(std::move(batch));
-      batch = std::make_shared<TransformBatchTask>(this);
-    }
-    batch->nodes[batch->count++] = record.node;
+  plan_entries_.resize(count);
+  plan_levels_.clear();
+  for (size_t i = 0; i < count; ++i) {
+    if (i == 0 || records[i].depth != records[i - 1].depth) plan_levels_.push_back(uint32_t(i));
+    plan_entries_[i] = MakePlanEntry(records[i].node);
   }
-  barrier->batches.push_back(std::move(batch));
+  plan_levels_.push_back(uint32_t(count));
+  plan_stale_ = false;
+}
+
+std::shared_ptr<TransformBarrierTask> TransformSystem::MakeTransformPlan() {
+  if (plan_stale_ || plan_entries_.size() != nodes.size()) RebuildPlan();
+
+  // The first barrier holds one empty batch; each level then gets a barrier of its own.
+  auto first = std::make_shared<TransformBarrierTask>();
+  first->batches.push_back(std::make_shared<TransformBatchTask>(this));
+  TransformBarrierTask* barrier = first.get();
+  for (size_t level = 0; level + 1 < plan_levels_.size(); ++level) {
+    barrier->next = std::make_shared<TransformBarrierTask>();
+    barrier = barrier->next.get();
+    const uint32_t end = plan_levels_[level + 1];
+    for (uint32_t begin = plan_levels_[level]; begin < end; begin += kBatchSize) {
+      auto batch = std::make_shared<TransformBatchTask>(this);
+      batch->count = std::min(kBatchSize, end - begin);
+      batch->entries = plan_entries_.data() + begin;
+      for (uint32_t i = 0; i < batch->count; ++i) batch->nodes[i] = batch->entries[i].node;
+      barrier->batches.push_back(std::move(batch));
+    }
+  }
   return first;
 }
 
@@ -210,15 +238,23 @@ void TransformSystem::DrawDebugPanel(RenderSystem&) {
   ImGui::LabelText("# Explicitly reset transforms", "%d", int(explicit_reset_count));
 }
 
-void TransformBatchTask::run() {
-  for (uint32_t i = 0; i < count; ++i) {
-    Transform* transform = static_cast<Transform*>(nodes[i]->GetCachedComponent(Node::kCachedTransform));
-    if (transform == nullptr) continue;
-    system->ComputeNextWorld(*transform);
-    const uint32_t row = transform->index;
-    system->previous_world[row] = system->current_world[row];
-    system->current_world[row] = system->next_world[row];
+void TransformSystem::EvaluateEntry(const PlanEntry& entry) {
+  Transform* transform = entry.transform;
+  if (transform == nullptr) return;
+  const uint32_t row = transform->index;
+  if (entry.parent_row == PlanEntry::kResolveParent) {
+    ComputeNextWorld(*transform);
+  } else if (entry.parent_row == PlanEntry::kNoParentRow) {
+    next_world[row] = transform->GetLocal();
+  } else {
+    next_world[row] = next_world[entry.parent_row] * transform->GetLocal();
   }
+  previous_world[row] = current_world[row];
+  current_world[row] = next_world[row];
+}
+
+void TransformBatchTask::run() {
+  for (uint32_t i = 0; i < count; ++i) system->EvaluateEntry(entries[i]);
 }
 
 void TransformBarrierTask::run() {

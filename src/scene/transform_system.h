@@ -63,6 +63,22 @@ public:
   void ApplyModifiers();
   // next_world of the transform's row from its local matrix and its parent's world matrix.
   void ComputeNextWorld(Transform& transform);
+  // Makes the next plan walk the chains again: what a node's chain is made of has changed.
+  void InvalidatePlan() { plan_stale_ = true; }
+
+  // A dynamic node as the plan found it. `parent_row` is the row of its parent's transform when that
+  // is one of ours, kNoParentRow for a chain top, and kResolveParent where the parent must be looked
+  // up at each evaluation (a parent outside this system, or one without a transform now, may change
+  // without this system hearing of it).
+  struct PlanEntry {
+    static constexpr uint32_t kNoParentRow = 0xFFFFFFFFu;
+    static constexpr uint32_t kResolveParent = 0xFFFFFFFEu;
+    Node* node;
+    Transform* transform;
+    uint32_t parent_row;
+  };
+  // next_world of `entry`'s row, then the row's previous and current matrices moved on.
+  void EvaluateEntry(const PlanEntry& entry);
 
   std::unordered_map<Transform*, Matrix4, TransformPointerHash> world_resets{kResetBuckets};
   uint32_t explicit_reset_count = 0;
@@ -80,6 +96,9 @@ private:
   // Depth of `node` on its chain of transforms; rows met on the way remember theirs for the rest
   // of the plan, so each chain is walked once.
   uint32_t DepthOf(Node* node);
+  // Sorts the dynamic nodes by depth into `plan_entries_` and `plan_levels_`.
+  void RebuildPlan();
+  PlanEntry MakePlanEntry(Node* node);
 
   // Kept from plan to plan so that a commit allocates nothing for them.
   std::vector<DepthRecord> plan_records_;
@@ -87,9 +106,16 @@ private:
   std::vector<uint32_t> plan_depths_;  // by row; 0: not known yet
   std::vector<Transform*> plan_transforms_;
   std::vector<std::shared_ptr<Node>> plan_chain_;
+  // The sorted plan, kept while no node joins or leaves and no parent link changes, so that a commit
+  // touches each node's transform and rows only. `plan_levels_` holds the first entry of each depth
+  // and ends with the entry count.
+  bool plan_stale_ = true;
+  std::vector<PlanEntry> plan_entries_;
+  std::vector<uint32_t> plan_levels_;
 };
 
-// Up to 512 nodes of one level, evaluated in order.
+// Up to 512 nodes of one level, evaluated in order. `entries` are the plan's records of the same
+// nodes, which spare the run a walk from each node to its transform and its parent's row.
 class TransformBatchTask : public task {
 public:
   explicit TransformBatchTask(TransformSystem* owner) : system(owner) {}
@@ -98,6 +124,7 @@ public:
   TransformSystem* system;
   uint32_t count = 0;
   std::array<Node*, TransformSystem::kBatchSize> nodes;
+  const TransformSystem::PlanEntry* entries = nullptr;
 };
 
 // One level: queues its batches, and the next level to start once they are all done.

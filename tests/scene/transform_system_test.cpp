@@ -152,6 +152,62 @@ TEST_F(Transforms, AParentOutsideTheSystemLendsItsOwnWorld) {
   EXPECT_EQ(child->GetTransform()->GetWorld().GetTranslation(), tv::Vector3(7, 1, 0));
 }
 
+// The evaluation order is kept from commit to commit; every change of what a chain is made of must
+// show in the next evaluation all the same.
+TEST_F(Transforms, ChainsChangedInARunningSceneAreFollowed) {
+  auto a = Add("a", nullptr, {1, 0, 0});
+  auto b = Add("b", nullptr, {0, 1, 0});
+  auto c = Add("c", nullptr, {0, 0, 1});
+  auto settle = [&] {
+    RunFrame(*scene);
+    RunFrame(*scene);
+  };
+  settle();
+  auto world_of = [](const std::shared_ptr<tv::Node>& node) { return node->GetTransform()->GetWorld().GetTranslation(); };
+  EXPECT_EQ(world_of(c), tv::Vector3(0, 0, 1));
+
+  // c under b under a: two new levels, walked parent first although c was added before b's move.
+  c->GetTransform()->SetParent(b);
+  b->GetTransform()->SetParent(a);
+  settle();
+  EXPECT_EQ(world_of(b), tv::Vector3(1, 1, 0));
+  EXPECT_EQ(world_of(c), tv::Vector3(1, 1, 1));
+
+  // a moves: its children follow without any change of structure.
+  a->GetTransform()->SetPosition({5, 0, 0});
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(5, 1, 1));
+
+  // b's transform leaves: c's parent now has none, so c is a top of its own.
+  auto b_transform = b->GetTransform();
+  b->RemoveComponent(b_transform);
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(0, 0, 1));
+
+  // ... and comes back, in a new row, with c under it again.
+  b->AddComponent(b_transform);
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(5, 1, 1));
+
+  // A disabled parent node leaves the system with its transform; c keeps its link, whose node is
+  // now outside, and reads that transform's own world.
+  b->SetEnabled(false);
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(0, 1, 1));
+  b->SetEnabled(true);
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(5, 1, 1));
+
+  // A free node without a transform as parent, which gets one later without any commit of ours.
+  auto outside = std::make_shared<tv::Node>("outside");
+  c->GetTransform()->SetParent(outside);
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(0, 0, 1));
+  outside->AddComponent(std::make_shared<tv::Transform>(tv::Vector3(0, 0, 7), tv::Vector3(), tv::Vector3(1, 1, 1)));
+  settle();
+  EXPECT_EQ(world_of(c), tv::Vector3(0, 0, 8));
+}
+
 TEST_F(Transforms, ARemovedTransformAddedAgainGetsANewRow) {
   auto node = Add("n", nullptr, {1, 0, 0});
   RunFrame(*scene);
