@@ -53,7 +53,7 @@ template <typename E>
 Type* RegisterEnumType(TypeRegistry& registry, const std::string& native_name,
                        std::initializer_list<std::pair<const char*, int32_t>> values) {
   Type* type = RegisterValueType<E>(registry, native_name);
-  // The enum's serializer is set here as well once documents exist.
+  // The enum's document serializer is installed from the document layer (EnumTypeSerializer).
   type->enum_cast = std::make_unique<ConcreteEnumCast<E>>(type);
   for (const auto& [value_name, value] : values) type->AddEnumValue(value_name, value);
   return type;

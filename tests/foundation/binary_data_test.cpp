@@ -5,6 +5,11 @@
 #include <vector>
 
 #include "foundation/binary_data.h"
+#include "math/color.h"
+#include "math/matrix4.h"
+#include "math/vector2.h"
+#include "math/vector3.h"
+#include "math/vector4.h"
 
 namespace {
 
@@ -67,6 +72,51 @@ TEST(BinaryData, ReadPastSizeFailsWithoutMovingTheCursor) {
   EXPECT_EQ(buffer.cursor, 6u);
   EXPECT_FALSE(buffer.Read(out, 1));
   EXPECT_TRUE(buffer.Read(out, 0));
+}
+
+// Each typed read takes exactly its width: one byte short of it fails in place, the exact fit
+// succeeds and lands at the end.
+template <typename T>
+void ExpectTypedReadOfWidth(const T& value, uint32_t width) {
+  SCOPED_TRACE(width);
+  ASSERT_EQ(sizeof(T), width);
+  tv::BinaryData buffer;
+  buffer.Write(value);
+  EXPECT_EQ(buffer.size, width);
+
+  tv::BinaryData short_buffer;
+  short_buffer.Write(buffer.data.data(), width - 1);
+  short_buffer.cursor = 0;
+  T untouched{};
+  EXPECT_FALSE(short_buffer.Read(untouched));
+  EXPECT_EQ(short_buffer.cursor, 0u);
+  EXPECT_TRUE(untouched == T{});
+
+  buffer.cursor = 0;
+  T out{};
+  ASSERT_TRUE(buffer.Read(out));
+  EXPECT_TRUE(out == value);
+  EXPECT_EQ(buffer.cursor, width);
+  EXPECT_FALSE(buffer.Read(out));
+}
+
+TEST(BinaryData, TypedReadsCheckTheirWidthAgainstSize) {
+  ExpectTypedReadOfWidth(uint32_t(0xa1b2c3d4), 4);
+  ExpectTypedReadOfWidth(-2.5f, 4);
+  ExpectTypedReadOfWidth(tv::Vector2(1.5f, -2), 8);
+  ExpectTypedReadOfWidth(tv::Vector3(1, 2, 3), 12);
+  ExpectTypedReadOfWidth(tv::Color(0.25f, 0.5f, 0.75f, 1), 16);
+  ExpectTypedReadOfWidth(tv::Vector4(4, 3, 2, 1), 16);
+  ExpectTypedReadOfWidth(tv::Matrix4(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12), 48);
+}
+
+TEST(BinaryData, TypedValuesAreStoredLittleEndian) {
+  tv::BinaryData buffer;
+  buffer.Write(uint32_t(0x04030201));
+  buffer.Write(1.0f);
+  const uint8_t expected[8] = {1, 2, 3, 4, 0x00, 0x00, 0x80, 0x3f};
+  ASSERT_EQ(buffer.size, 8u);
+  EXPECT_EQ(std::memcmp(buffer.data.data(), expected, 8), 0);
 }
 
 } // namespace

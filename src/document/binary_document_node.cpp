@@ -1,0 +1,10 @@
+#include "document/binary_document_node.h"
+
+namespace tv {
+
+bool BinaryDocumentNode::SkipToScope(std::vector<BinaryDocumentNode>& list, uint32_t& cursor) {
+  while (cursor < list.size() && !list[cursor].IsScope()) ++cursor;
+  return cursor < list.size();
+}
+
+} // namespace tv

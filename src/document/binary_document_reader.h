@@ -1,0 +1,74 @@
+#pragma once
+// Reads the binary form of a document. Load reads the whole file image once, indexes its
+// dictionary and builds a node for every element; the reads then only copy values out of the
+// image, which the reader keeps while it lives.
+//
+// Any file is taken as hostile. Load refuses, answering false with nothing loaded, a file that:
+// is shorter than its 8-byte head; lacks the magic; has a body size that runs past its end; does
+// not end with a byte 0; holds 65535 strings or more (error "String dictionary too large to
+// load"); has an element whose head, payload or scope length runs past the range that holds it;
+// uses a name or string index that has no dictionary entry; or nests scopes more than
+// kMaxScopeDepth deep. Elements of an unknown tag are kept as 3-byte elements without payload,
+// which no read takes and no child walk enters.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "document/binary_document_node.h"
+#include "document/document_reader.h"
+
+namespace tv {
+
+class BinaryDocumentReader : public DocumentReader {
+public:
+  using DocumentReader::Read;
+
+  // Deeper nesting is refused, so that hostile files cannot exhaust the stack of the recursive
+  // parse; the writer has no such limit, but no document of the core comes near it.
+  static constexpr uint32_t kMaxScopeDepth = 1024;
+
+  std::string GetScopeName() override;
+  bool EnterFirstChild() override;
+  bool EnterNextSibling() override;
+  bool ExitScope() override;
+  // Appends the block at the target's cursor, then sets the cursor to 0.
+  bool Read(const char* name, BinaryData& out) override;
+  bool Read(const char* name, std::string& out) override;
+  bool Read(const char* name, float& out) override;
+  bool Read(const char* name, unsigned int& out) override;
+  bool Read(const char* name, int& out) override;
+  bool Read(const char* name, bool& out) override;
+  bool IsBinary() override;
+  // Through the file system.
+  bool Load(const std::string& path) override;
+  // From the `size` bytes of a buffer (its cursor has no effect).
+  bool Load(const BinaryData& data);
+
+  std::vector<uint8_t> image;
+  uint32_t position = 0;
+  // Start of each dictionary entry in `image`, and one more entry just past the last.
+  std::vector<const uint8_t*> strings;
+  uint32_t root_cursor = 0;  // the child walk's position in `root_children`
+  std::vector<BinaryDocumentNode> root_children;
+  std::vector<BinaryDocumentNode*> scope_stack;
+
+private:
+  // Indexes the dictionary and parses the body of `image`.
+  bool Parse();
+  // Parses the elements of [begin, end) into `out`; false for a malformed element.
+  bool ParseRange(uint32_t begin, uint32_t end, std::vector<BinaryDocumentNode>& out, uint32_t depth);
+  // Parses the element at `position`, which lies below `end`, and appends it to `out`.
+  bool ParseElement(uint32_t end, std::vector<BinaryDocumentNode>& out, uint32_t depth);
+  // The children and walk position of the current scope (the root's at the root).
+  std::vector<BinaryDocumentNode>& CurrentChildren();
+  uint32_t& CurrentCursor();
+  // The first element named `name` in the current scope, if it has `tag`; else null.
+  const BinaryDocumentNode* FindValue(const char* name, uint32_t tag);
+  // The text of dictionary entry `index` (checked at load) and its length.
+  const char* Text(uint32_t index, size_t& length) const;
+
+  void Clear();
+};
+
+} // namespace tv
