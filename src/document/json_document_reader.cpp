@@ -47,7 +47,7 @@ DocumentValueKind KindOf(const rapidjson::Value& value) {
   if (value.IsString()) return DocumentValueString;
   if (value.IsInt()) return DocumentValueInt;
   if (value.IsUint()) return DocumentValueUnsigned;
-  if (value.IsDouble()) return DocumentValueFloat;
+  if (value.IsDouble() && !std::isinf(float(value.GetDouble()))) return DocumentValueFloat;
   return DocumentValueOther;
 }
 

@@ -8,8 +8,9 @@
 // float is a number written with one (so the plain 1 is no float, and 1.0 no int); a float beyond
 // the float range is refused. Arrays and null are members that no `Read` takes and no scope.
 //
-// Text is parsed with the library's default flags: no comments, no trailing commas, no byte order
-// mark, nothing after the root. A root that is no object loads as an empty document. Arrays and
+// Text is parsed with the library's default flags: no comments, no trailing commas, nothing but
+// white space after the root. A leading UTF-8 byte order mark is skipped, and a NUL byte ends the
+// text. A root that is no object loads as an empty document. Arrays and
 // objects nested deeper than kMaxJSONDepth fail the load, so that hostile text can't exhaust the
 // stack of the recursive parser.
 
@@ -43,10 +44,11 @@ public:
   bool Read(const char* name, bool& out) override;
   bool Load(const std::string& path) override;
   // Each member that is no scope; a number written without fraction reports int when it fits,
-  // else unsigned when it fits, else other.
+  // else unsigned when it fits, else other, and one written with a fraction float when it fits
+  // the float range, else other.
   bool ListValues(std::vector<DocumentValueInfo>& out) override;
 
-  // As Load, from text in memory (all of it: a NUL byte is a syntax error).
+  // As Load, from text in memory.
   bool LoadFromString(const std::string& text);
 
 private:
