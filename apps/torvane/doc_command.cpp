@@ -97,7 +97,8 @@ std::string DescribeValue(DocumentReader& reader, const DocumentValueInfo& value
   case DocumentValueOther:
     return "other";
   }
-  // A name with a NUL byte, or a reader whose list and reads disagree.
+  // A JSON value hidden by an earlier scope of its name (a read finds the first member), or a
+  // name with a NUL byte.
   return "unreadable";
 }
 

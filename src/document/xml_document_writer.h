@@ -6,7 +6,8 @@
 // Scope and value names go out as given, so they must be valid XML names for the file to load
 // again. A value written at the root goes into a top-level element "Document", made at the first
 // such write; scopes entered at the root stand beside it as further top-level elements. A second
-// value of one name in one scope replaces the first.
+// value of one name in one scope replaces the first. A writer given nothing saves an empty text,
+// which no reader loads.
 
 #include <memory>
 #include <string>
