@@ -1,8 +1,12 @@
 #include "document/json_document_reader.h"
 
 #include <rapidjson/document.h>
+#include <rapidjson/encodedstream.h>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -14,31 +18,40 @@ namespace tv {
 
 namespace {
 
-// The library's parser recurses once per nesting level. The nesting is counted here first, by
-// brackets outside strings: up to the first syntax error (where the parser stops) this is exactly
-// the parser's own view of the text.
-bool NestsWithin(const std::string& text, int limit) {
-  int depth = 0;
-  bool in_string = false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (in_string) {
-      if (c == '\\')
-        ++i;
-      else if (c == '"')
-        in_string = false;
-      continue;
-    }
-    if (c == '"') {
-      in_string = true;
-    } else if (c == '{' || c == '[') {
-      if (++depth > limit) return false;
-    } else if (c == '}' || c == ']') {
-      --depth;
-    }
+// Hands the parser's events on to the document, and refuses to open a level beyond
+// kMaxJSONDepth: the parser recurses once per level and stops at the first refused event, so
+// hostile nesting ends as a parse error instead of exhausting the stack.
+class DepthLimitedHandler {
+public:
+  explicit DepthLimitedHandler(rapidjson::Document& document) : document_(document) {}
+
+  bool Null() { return document_.Null(); }
+  bool Bool(bool value) { return document_.Bool(value); }
+  bool Int(int value) { return document_.Int(value); }
+  bool Uint(unsigned value) { return document_.Uint(value); }
+  bool Int64(int64_t value) { return document_.Int64(value); }
+  bool Uint64(uint64_t value) { return document_.Uint64(value); }
+  bool Double(double value) { return document_.Double(value); }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) {
+    return document_.RawNumber(text, length, copy);
   }
-  return true;
-}
+  bool String(const char* text, rapidjson::SizeType length, bool copy) { return document_.String(text, length, copy); }
+  bool Key(const char* text, rapidjson::SizeType length, bool copy) { return document_.Key(text, length, copy); }
+  bool StartObject() { return ++depth_ <= kMaxJSONDepth && document_.StartObject(); }
+  bool EndObject(rapidjson::SizeType count) {
+    --depth_;
+    return document_.EndObject(count);
+  }
+  bool StartArray() { return ++depth_ <= kMaxJSONDepth && document_.StartArray(); }
+  bool EndArray(rapidjson::SizeType count) {
+    --depth_;
+    return document_.EndArray(count);
+  }
+
+private:
+  rapidjson::Document& document_;
+  int depth_ = 0;
+};
 
 std::string NameOf(const rapidjson::Value& name) { return std::string(name.GetString(), name.GetStringLength()); }
 
@@ -84,14 +97,38 @@ struct JSONDocumentReader::Impl {
     return false;
   }
 
+  // The position of the member whose value is at `value`, or the member count if none is. The
+  // members of an object lie in one array, so the address gives the position without a search
+  // (a search would make the child loop quadratic in the number of siblings).
+  static size_t MemberIndexOf(const rapidjson::Value& object, const rapidjson::Value* value) {
+    using Member = rapidjson::Value::Member;
+    const size_t count = object.MemberCount();
+    if (count == 0) return count;
+    const Member* first = &*object.MemberBegin();
+    const uintptr_t offset = reinterpret_cast<uintptr_t>(value) - reinterpret_cast<uintptr_t>(&first->value);
+    const size_t index = offset / sizeof(Member);
+    if (offset % sizeof(Member) != 0 || index >= count || &first[index].value != value) return count;
+    return index;
+  }
+
   bool Parse(const std::string& text) {
     scope_stack.clear();
     root_value = nullptr;
     // A fresh document, so that nothing of an earlier load stays in the allocator or is read.
     document = rapidjson::Document(nullptr, 1024);
-    if (!NestsWithin(text, kMaxJSONDepth)) return false;
-    document.Parse(text.data(), text.size());
-    if (document.HasParseError()) {
+    // As the document's own Parse(text, length) reads: from memory, past a UTF-8 byte order mark,
+    // with the default flags; only the handler in between is ours.
+    rapidjson::MemoryStream memory(text.data(), text.size());
+    rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(memory);
+    rapidjson::ParseResult result;
+    auto parse = [&](rapidjson::Document& events) {
+      DepthLimitedHandler handler(events);
+      rapidjson::Reader reader;
+      result = reader.Parse<rapidjson::kParseDefaultFlags>(stream, handler);
+      return !result.IsError();
+    };
+    document.Populate(parse);
+    if (result.IsError()) {
       document.SetNull();
       return false;
     }
@@ -117,10 +154,9 @@ bool JSONDocumentReader::EnterNextSibling() {
   const rapidjson::Value* current = impl_->scope_stack.back().first;
   impl_->scope_stack.pop_back();
   const rapidjson::Value* parent = impl_->CurrentObject();
-  auto member = parent->MemberBegin();
-  while (member != parent->MemberEnd() && &member->value != current) ++member;
-  if (member == parent->MemberEnd()) return false;
-  return impl_->EnterObjectFrom(*parent, member + 1);
+  const size_t index = impl_->MemberIndexOf(*parent, current);
+  if (index >= parent->MemberCount()) return false;
+  return impl_->EnterObjectFrom(*parent, parent->MemberBegin() + index + 1);
 }
 
 bool JSONDocumentReader::ExitScope() {
