@@ -2,17 +2,18 @@
 // Reads a JSON document: a member whose value is an object is a scope named by its key; a member
 // holding a string, a number or true/false is a value. The root is an object.
 //
-// Repeated keys are kept in document order, so several scopes of one name are walked in turn and
-// `Read` takes the first value of a name. Kinds are checked strictly: an int or unsigned int is a
-// number written without fraction or exponent that fits 32 bits (so -1 is no unsigned int), and a
-// float is a number written with one (so the plain 1 is no float, and 1.0 no int); a float beyond
-// the float range is refused. Arrays and null are members that no `Read` takes and no scope.
+// Repeated keys are kept in document order, so several scopes of one name are walked in turn, and
+// `Read` takes the first member of a name (a scope of that name before a value hides it). Kinds
+// are checked strictly: an int or unsigned int is a number written without fraction or exponent
+// that fits 32 bits (so -1 is no unsigned int); a float is a number written with one, or a whole
+// number beyond 64 bits (so the plain 1 is no float, and 1.0 no int), and it must fit the float
+// range. Arrays and null are members that no `Read` takes and no scope.
 //
 // Text is parsed with the library's default flags: no comments, no trailing commas, nothing but
 // white space after the root. A leading UTF-8 byte order mark is skipped, and a NUL byte ends the
-// text. A root that is no object loads as an empty document. Arrays and
-// objects nested deeper than kMaxJSONDepth fail the load, so that hostile text can't exhaust the
-// stack of the recursive parser.
+// text. A root that is no object loads as an empty document. Arrays and objects nested deeper than
+// kMaxJSONDepth fail the load, so that hostile text can't exhaust the stack of the recursive
+// parser.
 
 #include <memory>
 #include <string>
