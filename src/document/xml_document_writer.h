@@ -7,7 +7,9 @@
 // again. A value written at the root goes into a top-level element "Document", made at the first
 // such write; scopes entered at the root stand beside it as further top-level elements. A second
 // value of one name in one scope replaces the first. A writer given nothing saves an empty text,
-// which no reader loads.
+// which no reader loads. Strings go out as they are: the XML reader here gives back tabs and line
+// breaks in them, where other XML tools read each as a space, and bytes below 0x20 other than
+// those make the file unreadable to other tools.
 
 #include <memory>
 #include <string>
