@@ -7,6 +7,10 @@ namespace tv {
 
 bool DocumentReader::Read(const char*, BinaryData&) { return false; }
 bool DocumentReader::IsBinary() { return false; }
+bool DocumentReader::ListValues(std::vector<DocumentValueInfo>& out) {
+  out.clear();
+  return false;
+}
 
 namespace {
 

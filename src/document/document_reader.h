@@ -11,10 +11,29 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "foundation/binary_data.h"
 
 namespace tv {
+
+// What a value of the current scope holds, as far as the reader can tell: the kind whose `Read`
+// takes it. `DocumentValueOther` is a value that no `Read` takes (a JSON array, null, or a number
+// beyond 32 bits).
+enum DocumentValueKind : int32_t {
+  DocumentValueBool = 0,
+  DocumentValueInt = 1,
+  DocumentValueUnsigned = 2,
+  DocumentValueFloat = 3,
+  DocumentValueString = 4,
+  DocumentValueBinary = 5,
+  DocumentValueOther = 6,
+};
+
+struct DocumentValueInfo {
+  std::string name;
+  DocumentValueKind kind = DocumentValueOther;
+};
 
 class DocumentReader {
 public:
@@ -35,6 +54,12 @@ public:
   // Reads the whole file through the file system; false if it can't be read or parsed. Loading
   // again restarts at the root.
   virtual bool Load(const std::string& path) = 0;
+
+  // Not one of the interface's fixed slots: an addition behind them, so that the slots above keep
+  // their order. Replaces `out` with the values of the current scope in document order, repeated
+  // names included, for tools that show a document whose names they don't know. False (and `out`
+  // emptied) when the reader can't list values.
+  virtual bool ListValues(std::vector<DocumentValueInfo>& out);
 
   // Narrow reads go through the int or unsigned slot and refuse values out of the target's range,
   // leaving the target unchanged.

@@ -74,8 +74,7 @@ bool ExitScopes(DocumentWriter& writer, int count) { return ExitScopesOf(writer,
 bool DocumentScope::Close() {
   if (!entered_) return false;
   entered_ = false;
-  writer_.ExitScope();
-  return true;
+  return writer_.ExitScope();
 }
 
 } // namespace tv

@@ -34,7 +34,7 @@ public:
   DocumentScope& operator=(const DocumentScope&) = delete;
 
   bool IsEntered() const { return entered_; }
-  // True if this left a scope.
+  // True if this left a scope: it was entered, not closed yet, and the writer's ExitScope agreed.
   bool Close();
 
 private:
