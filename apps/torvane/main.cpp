@@ -9,6 +9,7 @@
 #include "decode_command.h"
 #include "demo_command.h"
 #include "info_command.h"
+#include "picture_command.h"
 #include "types_command.h"
 
 namespace {
@@ -30,6 +31,8 @@ void PrintHelp(std::FILE* to) {
                "      list or print the files of the core archive built into the engine\n"
                "  demo [--nodes N] [--depth D] [--frames F]\n"
                "      run a built-in scene of animated hierarchies and print frame times and profile\n"
+               "  picture info FILE | picture convert IN OUT [--format NAME]\n"
+               "      print a picture's size and pixel format, or convert it to a PNG or TGA file\n"
                "\n"
                "%s"
                "\n"
@@ -60,6 +63,7 @@ int main(int argc, char** argv) {
   if (command == "zip") return tv::RunZipCommand(count - 1, args + 1, options);
   if (command == "core") return tv::RunCoreCommand(count - 1, args + 1, options);
   if (command == "demo") return tv::RunDemoCommand(count - 1, args + 1, options);
+  if (command == "picture") return tv::RunPictureCommand(count - 1, args + 1, options);
   std::fprintf(stderr, "torvane: unknown command '%s'; see torvane --help\n", command.c_str());
   return 1;
 }
