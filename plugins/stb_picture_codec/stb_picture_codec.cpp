@@ -122,8 +122,9 @@ std::string STBPictureCodec::GetName() const { return "STB"; }
 bool STBPictureCodec::Load(FileHandle& handle, Picture& picture) {
   const uint32_t start = handle.Tell();
   const uint32_t size = handle.GetSize();
-  // stb takes the length as an int; the handle's sizes stop below 2 GiB anyway.
-  if (start >= size || size - start > uint32_t(INT_MAX)) return Refuse(handle, start);
+  // stb takes the length as an int. A file larger than the pixels it may decode to is not read
+  // into memory at all.
+  if (start >= size || size - start > uint32_t(INT_MAX) || size - start > decode_limit_) return Refuse(handle, start);
   std::vector<uint8_t> bytes(size - start);
   if (handle.Read(bytes.data(), uint32_t(bytes.size())) != bytes.size()) return Refuse(handle, start);
   const int length = int(bytes.size());

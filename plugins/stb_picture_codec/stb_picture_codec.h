@@ -4,8 +4,8 @@
 //
 // Load decodes from the handle's position to the end of the file: 8-bit gray as Gray8, gray with
 // alpha and RGBA as RGBA8, RGB as RGB8; 16-bit PNG as Gray16, RGBA16 (with alpha) or RGB16. A
-// file it refuses leaves the handle where it was. Pictures larger than the decode limit are
-// refused before decoding.
+// file it refuses leaves the handle where it was. Pictures whose pixels would take more bytes
+// than the decode limit are refused before decoding, and so are files larger than the limit.
 //
 // Save takes parameters as entries "key: value", separated by ';', ',' or line breaks, with
 // spaces around keys and values ignored and both compared without case. The one key is "format",

@@ -282,16 +282,12 @@ public:
     return true;
   }
 
-  // The clip box, inclusive, for the packed formats' detour through RGB8.
-  const agg::rect_i& GetClipBox() const { return base_.clip_box(); }
-
+private:
   // Blit's work on rows of this family's own layout. `target` is a renderer of this family
   // (itself, or an RGB8 stand-in for a packed format).
   template <class Target>
   static void BlitRows(Target& target, const agg::rendering_buffer& source_rows, float x0, float y0, float x1,
                        float y1, const agg::trans_affine& to_source, uint32_t filter);
-
-private:
   void BlitThroughRgb8(const agg::rendering_buffer& source_rows, float x0, float y0, float x1, float y1,
                        const agg::trans_affine& to_source, uint32_t filter);
 
@@ -378,7 +374,7 @@ void AGGRenderer<PixelFormat>::BlitThroughRgb8(const agg::rendering_buffer& sour
   const unsigned height = buffer_.height();
   Rgb8 stand_in(RGB8, after.data(), width, height);
   stand_in.fill_color = fill_color;
-  const agg::rect_i& box = GetClipBox();
+  const agg::rect_i& box = base_.clip_box();
   stand_in.SetClipRect(box.x1, box.y1, box.x2, box.y2);
   const agg::rendering_buffer source_rgb_rows(source_rgb.data(), source_rows.width(), source_rows.height(),
                                               int(source_rows.width() * 3));

@@ -36,11 +36,12 @@ bool LoadPicture(Picture& picture, const std::string& path, const std::string& c
   if (!handle) return false;
   const bool loaded =
       codec_name.empty() ? DecodeWithAny(*handle, picture) : DecodeWithNamed(*handle, picture, path, codec_name);
+  // Whatever the codec allocated, even on its way to failing, now draws with this module's code.
+  picture.AdoptRenderer();
   if (!loaded) {
     error(format("Failed to load picture '%1'").arg(path));
     return false;
   }
-  picture.AdoptRenderer();
   log(format("Loaded picture '%1' %2x%3").arg(path).arg(picture.GetWidth()).arg(picture.GetHeight()));
   return true;
 }

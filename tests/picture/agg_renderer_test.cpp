@@ -148,6 +148,25 @@ TEST(PicturePixels, EachFamilyStoresAndReadsAtItsOwnWidth) {
   }
 }
 
+TEST(PicturePixels, SixteenBitBlendsOfLargeDifferencesStayExact) {
+  // Blending white over black at nearly full alpha: the arithmetic spans the whole 32-bit range.
+  const float alpha = 65534.0f / 65535.0f;
+  for (PictureFormat format : {Gray16, RGB16, BGRA16}) {
+    SCOPED_TRACE(GetPictureFormatName(format));
+    Picture picture(1, 1, format);
+    picture.Clear(Color(0, 0, 0, 1));
+    picture.BlendPixel(0, 0, Color(1, 1, 1, alpha));
+    uint16_t first;
+    std::memcpy(&first, picture.GetData(), 2);
+    EXPECT_NEAR(first, 65534, 1);
+    // And back: black over white.
+    picture.Clear(Color(1, 1, 1, 1));
+    picture.BlendPixel(0, 0, Color(0, 0, 0, alpha));
+    std::memcpy(&first, picture.GetData(), 2);
+    EXPECT_NEAR(first, 1, 1);
+  }
+}
+
 class PictureFormatsMismatch : public tv_test::LogCaptureTest {};
 
 TEST_F(PictureFormatsMismatch, BlitAndCopyRefuseWithTheirLines) {
