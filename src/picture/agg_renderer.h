@@ -48,7 +48,8 @@ inline double SafeCoordinate(double v) {
   if (!(v == v)) return 0;
   return std::clamp(v, -kLargestCoordinate, kLargestCoordinate);
 }
-inline int SafeIndex(int v) { return std::clamp(v, -(1 << 30), 1 << 30); }
+// Pixel indices far beyond any picture, small enough that AGG's sums of two of them fit an int.
+inline int SafeIndex(int v) { return std::clamp(v, -(1 << 28), 1 << 28); }
 
 // AGG's colour for the pixel type: integer channels clamped to 0..1 first (a float channel
 // outside it would not fit the integer), float channels as they are.

@@ -268,7 +268,13 @@ TEST(PictureCopy, CopiesTheInclusiveRectangleThroughTheClipBox) {
   destination.Clear(Color());
   ASSERT_TRUE(destination.Copy(source, -1, -1, 100, 100, 0, 0));
   EXPECT_EQ(Bytes(destination), (std::vector<uint8_t>{0, 0, 0, 0, 10, 20, 0, 40, 50}));
-  ASSERT_TRUE(destination.Copy(source, 0, 0, 2, 2, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()));
+  const int most = std::numeric_limits<int>::max();
+  const int least = std::numeric_limits<int>::min();
+  const std::vector<uint8_t> before = Bytes(destination);
+  ASSERT_TRUE(destination.Copy(source, 0, 0, 2, 2, most, least));
+  ASSERT_TRUE(destination.Copy(source, least, least, most, most, most, most));
+  ASSERT_TRUE(destination.Copy(source, most, most, least, least, least, least));
+  EXPECT_EQ(Bytes(destination), before);
 }
 
 TEST(PictureFlip, MirrorsRawPixelsWhateverTheClipBox) {

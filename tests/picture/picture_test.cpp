@@ -165,7 +165,7 @@ TEST(Picture, AMovedPictureDrawsOnItsOwnPixels) {
   Picture moved(std::move(source));
   moved.PutPixel(1, 0, Color(1, 1, 1, 1));
   EXPECT_EQ(PixelAt(moved, 1, 0), std::vector<uint8_t>(4, 255));
-  EXPECT_EQ(source.GetFormat(), InvalidPictureFormat);  // NOLINT: the moved-from state is specified
+  EXPECT_EQ(source.GetFormat(), InvalidPictureFormat);  // NOLINT: a moved-from picture is a default one
   source.PutPixel(0, 0, Color(1, 1, 1, 1));              // and draws nothing
   Picture target;
   target = std::move(moved);
