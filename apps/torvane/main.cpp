@@ -10,6 +10,7 @@
 #include "demo_command.h"
 #include "doc_command.h"
 #include "info_command.h"
+#include "picture_command.h"
 #include "types_command.h"
 
 namespace {
@@ -33,6 +34,8 @@ void PrintHelp(std::FILE* to) {
                "      run a built-in scene of animated hierarchies and print frame times and profile\n"
                "  doc cat FILE\n"
                "      print an XML or JSON document as a tree of scopes and typed values\n"
+               "  picture info FILE | picture convert IN OUT [--format NAME]\n"
+               "      print a picture's size and pixel format, or convert it to a PNG or TGA file\n"
                "\n"
                "%s"
                "\n"
@@ -64,6 +67,7 @@ int main(int argc, char** argv) {
   if (command == "core") return tv::RunCoreCommand(count - 1, args + 1, options);
   if (command == "demo") return tv::RunDemoCommand(count - 1, args + 1, options);
   if (command == "doc") return tv::RunDocCommand(count - 1, args + 1, options);
+  if (command == "picture") return tv::RunPictureCommand(count - 1, args + 1, options);
   std::fprintf(stderr, "torvane: unknown command '%s'; see torvane --help\n", command.c_str());
   return 1;
 }
