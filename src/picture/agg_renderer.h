@@ -7,6 +7,7 @@
 // Heavy: include it only where members of the family are instantiated (agg_renderer_*.cpp).
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
@@ -34,6 +35,7 @@
 #include "agg_span_interpolator_linear.h"
 #include "foundation/log.h"
 #include "picture/detail/image_filter_lut.h"
+#include "picture/detail/picture_resampler.h"
 #include "picture/picture.h"
 #include "picture/picture_filter.h"
 #include "picture/picture_renderer.h"
@@ -118,6 +120,45 @@ struct ImageSpans<agg::pixfmt_alpha_blend_rgba<B, R>> {
   using Filtered = agg::span_image_filter_rgba<Source, Interpolator>;
 };
 
+// Where Blit's spans go: into the base renderer, blended as any drawing is, or, to resample,
+// replacing each fully covered pixel with its sample. Both honour the clip box.
+template <class Base>
+class SpanWriter {
+public:
+  using color_type = typename Base::color_type;
+
+  SpanWriter(Base& base, bool replace) : base_(base), replace_(replace) {}
+
+  void blend_color_hspan(int x, int y, int len, const color_type* colors, const agg::cover_type* covers,
+                         agg::cover_type cover) {
+    if (!replace_) {
+      base_.blend_color_hspan(x, y, len, colors, covers, cover);
+      return;
+    }
+    for (int i = 0; i < len; ++i) {
+      const agg::cover_type c = covers != nullptr ? covers[i] : cover;
+      if (c == agg::cover_full) {
+        base_.copy_pixel(x + i, y, colors[i]);
+      } else {
+        base_.blend_pixel(x + i, y, colors[i], c);
+      }
+    }
+  }
+
+private:
+  Base& base_;
+  bool replace_;
+};
+
+// Compare's limit on the squared distance, (int(threshold × 256))²: the product is clamped to the
+// range of int first, and a NaN threshold allows no difference at all.
+inline double CompareLimit(float threshold) {
+  const double scaled = double(threshold) * 256.0;
+  if (!(scaled == scaled)) return 0;
+  const double whole = std::trunc(std::clamp(scaled, double(INT_MIN), double(INT_MAX)));
+  return whole * whole;
+}
+
 constexpr agg::line_cap_e kLineCaps[] = {agg::butt_cap, agg::square_cap, agg::round_cap};
 constexpr agg::line_join_e kLineJoins[] = {agg::miter_join, agg::miter_join_revert, agg::round_join, agg::bevel_join,
                                            agg::miter_join_round};
@@ -132,7 +173,7 @@ E Pick(const E (&table)[N], int32_t value, E fallback) {
 } // namespace detail
 
 template <class PixelFormat>
-class AGGRenderer final : public IPictureRenderer {
+class AGGRenderer final : public IPictureRenderer, public detail::IPictureResampler {
 public:
   using color_type = typename PixelFormat::color_type;
 
@@ -171,15 +212,16 @@ public:
       error("Cannot blit between different source and destination picture format");
       return false;
     }
-    agg::rendering_buffer source_rows(const_cast<uint8_t*>(source.GetData()), source.GetWidth(), source.GetHeight(),
-                                      int(source.GetStride()));
-    const agg::trans_affine to_source(matrix(0, 0), matrix(1, 0), matrix(0, 1), matrix(1, 1), matrix(0, 2),
-                                      matrix(1, 2));
-    if constexpr (detail::ImageSpans<PixelFormat>::kPacked) {
-      BlitThroughRgb8(source_rows, x0, y0, x1, y1, to_source, filter);
-    } else {
-      BlitRows(*this, source_rows, x0, y0, x1, y1, to_source, filter);
+    BlitSpans(source, x0, y0, x1, y1, matrix, filter, false);
+    return true;
+  }
+
+  bool Resample(const Picture& source, const Matrix3& matrix, uint32_t filter) override {
+    if (source.GetFormat() != format_) {
+      error("Cannot blit between different source and destination picture format");
+      return false;
     }
+    BlitSpans(source, 0, 0, float(buffer_.width()), float(buffer_.height()), matrix, filter, true);
     return true;
   }
 
@@ -241,9 +283,9 @@ public:
   }
 
   void AddRoundedRect(float x0, float y0, float x1, float y1, float radius) override {
+    // The radius as given: one larger than half a side is not scaled down, so the arcs overlap.
     agg::rounded_rect rect(detail::SafeCoordinate(x0), detail::SafeCoordinate(y0), detail::SafeCoordinate(x1),
                            detail::SafeCoordinate(y1), detail::SafeCoordinate(radius));
-    rect.normalize_radius();
     path_.concat_path(rect);
   }
 
@@ -268,29 +310,56 @@ public:
   }
 
   bool Compare(const Picture& other, float threshold) const override {
-    const double limit = std::pow(double(int(threshold * 256.0f)), 2.0);
+    const double limit = detail::CompareLimit(threshold);
+    // Both sides are read past their clip boxes. Another format is read through a copy, whose
+    // renderer has the whole picture as its box.
+    const bool same_format = other.GetFormat() == format_;
+    const Picture converted = same_format ? Picture() : Picture(other);
+    agg::rendering_buffer other_rows(const_cast<uint8_t*>(other.GetData()), other.GetWidth(), other.GetHeight(),
+                                     int(other.GetStride()));
+    const PixelFormat other_pixels(other_rows);
     for (unsigned y = 0; y < buffer_.height(); ++y) {
       for (unsigned x = 0; x < buffer_.width(); ++x) {
-        const Color a = GetPixel(int(x), int(y));
-        const Color b = other.GetPixel(int(x), int(y));
+        const Color a = detail::ToColor(color_type(pixels_.pixel(int(x), int(y))));
+        Color b;  // 0, 0, 0, 0 beyond the other picture
+        if (!same_format) {
+          b = converted.GetPixel(int(x), int(y));
+        } else if (x < other.GetWidth() && y < other.GetHeight()) {
+          b = detail::ToColor(color_type(other_pixels.pixel(int(x), int(y))));
+        }
         const double dr = (double(a.r) - b.r) * 255.0;
         const double dg = (double(a.g) - b.g) * 255.0;
         const double db = (double(a.b) - b.b) * 255.0;
         const double da = (double(a.a) - b.a) * 255.0;
-        if (dr * dr + dg * dg + db * db + da * da > limit) return false;
+        // A NaN distance (a NaN channel, or infinities on both sides) is too far.
+        if (!(dr * dr + dg * dg + db * db + da * da <= limit)) return false;
       }
     }
     return true;
   }
 
 private:
+  // Blit and Resample, once the formats match: `replace` writes the samples over the pixels
+  // instead of blending them.
+  void BlitSpans(const Picture& source, float x0, float y0, float x1, float y1, const Matrix3& matrix,
+                 uint32_t filter, bool replace) {
+    agg::rendering_buffer source_rows(const_cast<uint8_t*>(source.GetData()), source.GetWidth(), source.GetHeight(),
+                                      int(source.GetStride()));
+    const agg::trans_affine to_source(matrix(0, 0), matrix(1, 0), matrix(0, 1), matrix(1, 1), matrix(0, 2),
+                                      matrix(1, 2));
+    if constexpr (detail::ImageSpans<PixelFormat>::kPacked) {
+      BlitThroughRgb8(source_rows, x0, y0, x1, y1, to_source, filter, replace);
+    } else {
+      BlitRows(*this, source_rows, x0, y0, x1, y1, to_source, filter, replace);
+    }
+  }
   // Blit's work on rows of this family's own layout. `target` is a renderer of this family
   // (itself, or an RGB8 stand-in for a packed format).
   template <class Target>
   static void BlitRows(Target& target, const agg::rendering_buffer& source_rows, float x0, float y0, float x1,
-                       float y1, const agg::trans_affine& to_source, uint32_t filter);
+                       float y1, const agg::trans_affine& to_source, uint32_t filter, bool replace);
   void BlitThroughRgb8(const agg::rendering_buffer& source_rows, float x0, float y0, float x1, float y1,
-                       const agg::trans_affine& to_source, uint32_t filter);
+                       const agg::trans_affine& to_source, uint32_t filter, bool replace);
 
   template <class>
   friend class AGGRenderer;
@@ -307,7 +376,8 @@ private:
 template <class PixelFormat>
 template <class Target>
 void AGGRenderer<PixelFormat>::BlitRows(Target& target, const agg::rendering_buffer& source_rows, float x0, float y0,
-                                        float x1, float y1, const agg::trans_affine& to_source, uint32_t filter) {
+                                        float x1, float y1, const agg::trans_affine& to_source, uint32_t filter,
+                                        bool replace) {
   using TargetFormat = std::remove_reference_t<decltype(target.pixels_)>;
   using TargetColor = typename TargetFormat::color_type;
   using Interpolator = agg::span_interpolator_linear<>;
@@ -330,26 +400,31 @@ void AGGRenderer<PixelFormat>::BlitRows(Target& target, const agg::rendering_buf
   Interpolator interpolator(transform);
   agg::span_allocator<TargetColor> spans;
   agg::scanline_u8 scanline;
+  detail::SpanWriter<decltype(target.base_)> writer(target.base_, replace);
   if (filter == FilterNearest) {
     typename Spans::template Nearest<Source, Interpolator> generator(source, interpolator);
     generator.filter_offset(0.5);
-    agg::render_scanlines_aa(rasterizer, scanline, target.base_, spans, generator);
+    agg::render_scanlines_aa(rasterizer, scanline, writer, spans, generator);
   } else {
     agg::image_filter_lut kernel;
     detail::BuildImageFilterLut(filter, kernel);
     typename Spans::template Filtered<Source, Interpolator> generator(source, interpolator, kernel);
     generator.filter_offset(0.5);
-    agg::render_scanlines_aa(rasterizer, scanline, target.base_, spans, generator);
+    agg::render_scanlines_aa(rasterizer, scanline, writer, spans, generator);
   }
 }
 
 // AGG has no image spans for packed pixels: unpack source and destination to RGB8, blit there
-// with the same fill colour and clip box, and pack back the pixels that the blit changed.
+// with the same fill colour and clip box, and pack back, through the box, the pixels that the
+// blit changed (all of them when it replaces: a resample covers the whole picture).
 template <class PixelFormat>
 void AGGRenderer<PixelFormat>::BlitThroughRgb8(const agg::rendering_buffer& source_rows, float x0, float y0, float x1,
-                                               float y1, const agg::trans_affine& to_source, uint32_t filter) {
+                                               float y1, const agg::trans_affine& to_source, uint32_t filter,
+                                               bool replace) {
   // Explicit instantiation makes every member of every format: only the packed ones need this.
   if constexpr (detail::ImageSpans<PixelFormat>::kPacked) {
+  const agg::rect_i& box = base_.clip_box();
+  if (box.x1 > box.x2 || box.y1 > box.y2) return;  // nothing passes
   using Rgb8 = AGGRenderer<agg::pixfmt_rgb24>;
   auto unpack = [](const agg::rendering_buffer& rows, std::vector<uint8_t>& out) {
     agg::rendering_buffer view(const_cast<uint8_t*>(rows.buf()), rows.width(), rows.height(), rows.stride());
@@ -375,17 +450,16 @@ void AGGRenderer<PixelFormat>::BlitThroughRgb8(const agg::rendering_buffer& sour
   const unsigned height = buffer_.height();
   Rgb8 stand_in(RGB8, after.data(), width, height);
   stand_in.fill_color = fill_color;
-  const agg::rect_i& box = base_.clip_box();
-  stand_in.SetClipRect(box.x1, box.y1, box.x2, box.y2);
+  stand_in.base_.clip_box_naked(box.x1, box.y1, box.x2, box.y2);
   const agg::rendering_buffer source_rgb_rows(source_rgb.data(), source_rows.width(), source_rows.height(),
                                               int(source_rows.width() * 3));
-  Rgb8::BlitRows(stand_in, source_rgb_rows, x0, y0, x1, y1, to_source, filter);
+  Rgb8::BlitRows(stand_in, source_rgb_rows, x0, y0, x1, y1, to_source, filter, replace);
 
   for (unsigned y = 0; y < height; ++y) {
     for (unsigned x = 0; x < width; ++x) {
       const size_t at = (size_t(y) * width + x) * 3;
-      if (std::memcmp(before.data() + at, after.data() + at, 3) != 0)
-        pixels_.copy_pixel(int(x), int(y), agg::rgba8(after[at], after[at + 1], after[at + 2]));
+      if (replace || std::memcmp(before.data() + at, after.data() + at, 3) != 0)
+        base_.copy_pixel(int(x), int(y), agg::rgba8(after[at], after[at + 1], after[at + 2]));
     }
   }
   }

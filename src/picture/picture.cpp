@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "picture/agg_renderer_factory.h"
+#include "picture/detail/picture_resampler.h"
 #include "picture/detail/pixel_conversion.h"
 
 namespace tv {
@@ -121,37 +122,48 @@ bool Picture::Convert(PictureFormat format_) {
   return true;
 }
 
+// Crop, Reframe and Resize build the new picture beside the old one, so that neither the old
+// bytes nor the caller's drawing state (clip box, fill colour) reach the result, and then take
+// its place. The result's renderer is a new one, with the default drawing state.
+
 bool Picture::Crop(int x0, int y0, int x1, int y1) {
   const int64_t new_width = int64_t(x1) - x0;
   const int64_t new_height = int64_t(y1) - y0;
   if (new_width < 0 || new_height < 0 || new_width > kLargestSide || new_height > kLargestSide) return false;
-  const Picture kept(*this);
-  if (!Allocate(uint32_t(new_width), uint32_t(new_height), kept.format)) return false;
-  Clear(kOpaqueBlack);
-  return Copy(kept, std::max(x0, 0), std::max(y0, 0), int(kept.width) - 1, int(kept.height) - 1, std::max(-x0, 0),
-              std::max(-y0, 0));
+  return CopyFramed(uint32_t(new_width), uint32_t(new_height), x0, y0);
 }
 
 bool Picture::Reframe(int top, int bottom, int left, int right) {
   const int64_t new_width = int64_t(width) - left + right;
   const int64_t new_height = int64_t(height) - top + bottom;
   if (new_width < 0 || new_height < 0 || new_width > kLargestSide || new_height > kLargestSide) return false;
-  const Picture kept(*this);
-  if (!Allocate(uint32_t(new_width), uint32_t(new_height), kept.format)) return false;
-  Clear(kOpaqueBlack);
-  return Copy(kept, std::max(left, 0), std::max(top, 0), int(kept.width) - 1, int(kept.height) - 1,
-              std::max(-left, 0), std::max(-top, 0));
+  return CopyFramed(uint32_t(new_width), uint32_t(new_height), left, top);
+}
+
+bool Picture::CopyFramed(uint32_t new_width, uint32_t new_height, int x, int y) {
+  Picture framed;
+  if (!framed.Allocate(new_width, new_height, format)) return false;
+  framed.Clear(kOpaqueBlack);
+  if (!framed.Copy(*this, std::max(x, 0), std::max(y, 0), int(width) - 1, int(height) - 1, std::max(-x, 0),
+                   std::max(-y, 0)))
+    return false;
+  *this = std::move(framed);
+  return true;
 }
 
 bool Picture::Resize(uint32_t width_, uint32_t height_, uint32_t filter) {
-  const Picture kept(*this);
-  if (!Allocate(width_, height_, kept.format)) return false;
+  Picture resized;
+  if (!resized.Allocate(width_, height_, format)) return false;
   // Nothing to draw into; the scale factors would divide by zero.
-  if (width == 0 || height == 0) return true;
-  const float scale_x = float(kept.width) / float(width);
-  const float scale_y = float(kept.height) / float(height);
-  const Matrix3 to_source(scale_x, 0, 0, 0, scale_y, 0, 0, 0, 1);
-  return Blit(kept, 0, 0, float(width), float(height), to_source, filter);
+  if (width_ != 0 && height_ != 0) {
+    const float scale_x = float(width) / float(width_);
+    const float scale_y = float(height) / float(height_);
+    const Matrix3 to_source(scale_x, 0, 0, 0, scale_y, 0, 0, 0, 1);
+    auto* resampler = dynamic_cast<detail::IPictureResampler*>(resized.renderer.get());
+    if (resampler == nullptr || !resampler->Resample(*this, to_source, filter)) return false;
+  }
+  *this = std::move(resized);
+  return true;
 }
 
 } // namespace tv

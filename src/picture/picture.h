@@ -60,14 +60,22 @@ public:
   // leaves the picture as it was. The new renderer keeps the fill and pen state; its clip box is
   // the whole picture and its path is empty.
   bool Convert(PictureFormat format);
+  // Crop, Reframe and Resize make the new pixels in a new buffer, from the old pixels alone: the
+  // caller's clip box and fill colour play no part. Afterwards the picture has a new renderer
+  // with the default drawing state, whether or not the size changed. False leaves the picture
+  // as it was.
+  //
   // The picture becomes its rectangle (x0, y0)-(x1, y1), x1 and y1 excluded. What lies outside
   // the old picture is opaque black.
   bool Crop(int x0, int y0, int x1, int y1);
   // Positive top, left cut the picture on that side and negative ones add an opaque black border;
   // positive bottom, right add a border and negative ones cut.
   bool Reframe(int top, int bottom, int left, int right);
-  // Scales to the new size through Blit with `filter` (a PictureFilter). The allocation resets
-  // the drawing state, so kernel samples that fall outside the old picture read opaque black.
+  // Scales to the new size, sampling as Blit does with `filter` (a PictureFilter) and the
+  // default fill colour, so kernel samples that fall outside the old picture read opaque black.
+  // Our choice where a blit would blend: each new pixel is its sample, written over the pixel
+  // rather than blended, so translucent pixels keep their colour and alpha (a nearest resize to
+  // the same size changes nothing).
   bool Resize(uint32_t width, uint32_t height, uint32_t filter);
 
   IPictureRenderer* GetRenderer() { return renderer.get(); }
@@ -106,6 +114,9 @@ public:
 
 private:
   void Reset();
+  // Crop and Reframe: a new_width × new_height picture, opaque black, with this one copied in so
+  // that its pixel (x, y) lands on (0, 0).
+  bool CopyFramed(uint32_t new_width, uint32_t new_height, int x, int y);
 
   std::unique_ptr<IPictureRenderer> renderer;
   std::vector<uint8_t> data;

@@ -10,21 +10,33 @@
 namespace tv {
 namespace {
 
-bool DecodeWithAny(FileHandle& handle, Picture& picture) {
-  if (picture_codecs == nullptr) return false;
+// What a decoding attempt came to. Only a codec whose Load ran can have touched the picture.
+struct Decoding {
+  bool ran = false;
+  bool loaded = false;
+};
+
+Decoding DecodeWithAny(FileHandle& handle, Picture& picture) {
+  Decoding decoding;
+  if (picture_codecs == nullptr) return decoding;
   // No rewind between codecs: each one that refuses leaves the handle where it found it.
-  for (PictureCodec* codec : *picture_codecs)
-    if (codec->Load(handle, picture)) return true;
-  return false;
+  for (PictureCodec* codec : *picture_codecs) {
+    decoding.ran = true;
+    if (codec->Load(handle, picture)) {
+      decoding.loaded = true;
+      break;
+    }
+  }
+  return decoding;
 }
 
-bool DecodeWithNamed(FileHandle& handle, Picture& picture, const std::string& path, const std::string& codec_name) {
+Decoding DecodeWithNamed(FileHandle& handle, Picture& picture, const std::string& path, const std::string& codec_name) {
   PictureCodec* codec = FindCodec(codec_name);
   if (codec == nullptr) {
     error(format("Unknown codec '%1' to load picture '%2'").arg(codec_name).arg(path));
-    return false;
+    return {};
   }
-  return codec->Load(handle, picture);
+  return {true, codec->Load(handle, picture)};
 }
 
 } // namespace
@@ -34,11 +46,12 @@ bool LoadPicture(Picture& picture, const std::string& path, const std::string& c
   if (filesystem == nullptr) return false;
   std::shared_ptr<FileHandle> handle = filesystem->Open(path, FileMode::Read);
   if (!handle) return false;
-  const bool loaded =
+  const Decoding decoding =
       codec_name.empty() ? DecodeWithAny(*handle, picture) : DecodeWithNamed(*handle, picture, path, codec_name);
-  // Whatever the codec allocated, even on its way to failing, now draws with this module's code.
-  picture.AdoptRenderer();
-  if (!loaded) {
+  // Whatever a codec allocated, even on its way to failing, now draws with this module's code.
+  // Without a codec the picture is untouched and keeps its drawing state.
+  if (decoding.ran) picture.AdoptRenderer();
+  if (!decoding.loaded) {
     error(format("Failed to load picture '%1'").arg(path));
     return false;
   }

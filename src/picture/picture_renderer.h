@@ -74,8 +74,12 @@ public:
   // DrawGlyph and DrawText take their slots here, before Compare, once raster fonts exist.
   //
   // True when no pixel of this picture is farther from the pixel at the same place in `other`
-  // than the threshold: with both read as GetPixel reads them and scaled to 0..255, the squared
-  // distance over the four channels may not exceed (int(threshold × 256))².
+  // than the threshold: with both read as GetPixel reads them but past either clip box, and
+  // scaled to 0..255, the squared distance over the four channels may not exceed
+  // (int(threshold × 256))². The walk covers this picture; beyond the other's size its pixels
+  // read 0, 0, 0, 0. threshold × 256 is clamped to the range of int, and a NaN threshold allows
+  // no difference. Our choice for float pixels: a distance that is not a number (a NaN channel,
+  // or infinities on both sides) is too far, so such a picture is not even equal to itself.
   virtual bool Compare(const Picture& other, float threshold) const = 0;
 
   // 1: DrawPath fills; any other value: it does not.

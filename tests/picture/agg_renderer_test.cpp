@@ -231,15 +231,42 @@ TEST(PictureBlit, EveryFilterOfEveryFormatKeepsAUniformSourceUniform) {
 }
 
 TEST(PictureBlit, ThroughTheClipBoxWithTheFillColourOutsideTheSource) {
-  Picture source(2, 2, RGB8);
-  source.Clear(kRed);
-  Picture destination(4, 1, RGB8);
-  destination.SetFillColor(kBlue);
-  destination.SetClipRect(0, 0, 2, 0);
-  // Destination x maps to source x - 1: pixel 0 falls left of the source.
-  const Matrix3 shift(1, 0, -1, 0, 1, 0, 0, 0, 1);
-  ASSERT_TRUE(destination.Blit(source, 0, 0, 4, 1, shift, FilterNearest));
-  EXPECT_EQ(Bytes(destination), (std::vector<uint8_t>{0, 0, 255, 255, 0, 0, 255, 0, 0, 0, 0, 0}));
+  // The packed formats blit through an RGB8 copy of their pixels: the box must hold there too.
+  for (PictureFormat format : {RGB8, RGB555, RGB565}) {
+    SCOPED_TRACE(GetPictureFormatName(format));
+    Picture source(2, 2, format);
+    source.Clear(kRed);
+    Picture destination(4, 1, format);
+    destination.SetFillColor(kBlue);
+    destination.SetClipRect(0, 0, 2, 0);
+    // Destination x maps to source x - 1: pixel 0 falls left of the source.
+    const Matrix3 shift(1, 0, -1, 0, 1, 0, 0, 0, 1);
+    ASSERT_TRUE(destination.Blit(source, 0, 0, 4, 1, shift, FilterNearest));
+    Picture expected(4, 1, format);
+    expected.PutPixel(0, 0, kBlue);
+    expected.PutPixel(1, 0, kRed);
+    expected.PutPixel(2, 0, kRed);
+    EXPECT_EQ(Bytes(destination), Bytes(expected));
+    if (format == RGB8) {
+      EXPECT_EQ(Bytes(destination), (std::vector<uint8_t>{0, 0, 255, 255, 0, 0, 255, 0, 0, 0, 0, 0}));
+    }
+  }
+}
+
+TEST(PictureBlit, AnEmptyClipBoxLetsNothingThroughInAnyFormat) {
+  for (uint32_t f = 0; f < kPictureFormatCount; ++f) {
+    const PictureFormat format = PictureFormat(f);
+    SCOPED_TRACE(GetPictureFormatName(format));
+    Picture source(4, 4, format);
+    source.Clear(kRed);
+    Picture destination(4, 4, format);
+    destination.SetFillColor(kBlue);
+    destination.SetClipRect(10, 10, 20, 20);
+    for (uint32_t filter : {uint32_t(FilterNearest), uint32_t(FilterBilinear)}) {
+      ASSERT_TRUE(destination.Blit(source, -1, -1, 5, 5, Matrix3(), filter));
+      EXPECT_EQ(Bytes(destination), std::vector<uint8_t>(destination.GetDataSize(), 0)) << "filter " << filter;
+    }
+  }
 }
 
 TEST(PictureBlit, TheRectangleIsDrawnAntiAliased) {
@@ -352,22 +379,59 @@ TEST(PicturePath, EllipsesAndRoundedRectanglesFill) {
   EXPECT_EQ(picture.GetPixel(2, 2), Color());  // a rounded corner
 }
 
+TEST(PicturePath, ARoundedRectangleTakesItsRadiusAsGiven) {
+  // A radius of 8 on a rectangle 10 high: the corner arcs stay 8 wide rather than being scaled
+  // down to fit (to 5) and overlap along the short sides.
+  Picture picture(40, 10, Gray8);
+  picture.GetRenderer()->pen_mode = 0;
+  picture.SetFillColor(kWhite);
+  picture.AddRoundedRect(0, 0, 40, 10, 8);
+  picture.DrawPath();
+  EXPECT_EQ(picture.GetData(2, 0)[0], 0);    // above the arc centred at (8, 8)
+  EXPECT_GT(picture.GetData(6, 0)[0], 150);  // under it, mostly covered
+  EXPECT_LT(picture.GetData(6, 0)[0], 250);
+  EXPECT_EQ(picture.GetData(8, 0)[0], 255);  // where the straight edge starts
+  EXPECT_EQ(picture.GetData(20, 5)[0], 255);
+}
+
 TEST(PicturePath, ClosingAnEmptyPathAndWildCoordinatesAreHarmless) {
   Picture picture(8, 8, RGBA8);
   picture.ClosePolygon();
   picture.DrawPath();
   EXPECT_EQ(Bytes(picture), std::vector<uint8_t>(256, 0));
+  // Coordinates and the pen width clamp to a million and NaN reads as 0: all of this lands half a
+  // million pixels or more above the picture, which must stay as it was.
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float inf = std::numeric_limits<float>::infinity();
   picture.SetFillColor(kWhite);
-  picture.MoveTo(nan, 1e30f);
-  picture.LineTo(-inf, 4);
-  picture.LineTo(4, inf);
-  picture.AddEllipse(nan, 0, 1e30f, -1e30f);
-  picture.AddRoundedRect(-1e30f, 0, 1e30f, nan, 1e30f);
+  picture.SetPenColor(kWhite);
+  picture.MoveTo(nan, -1e30f);
+  picture.LineTo(inf, -inf);
+  picture.LineTo(-1e30f, -1e30f);
+  picture.ClosePolygon();
+  picture.AddEllipse(nan, -inf, 1e30f, 1000);
+  picture.AddRoundedRect(-inf, -1e30f, 1e30f, -inf, nan);
   picture.GetRenderer()->pen_width = inf;
   picture.DrawPath();
-  SUCCEED();
+  EXPECT_EQ(Bytes(picture), std::vector<uint8_t>(256, 0));
+  // And the renderer draws normally afterwards.
+  picture.GetRenderer()->pen_width = 1;
+  picture.GetRenderer()->pen_mode = 0;
+  picture.MoveTo(2, 2);
+  picture.LineTo(6, 2);
+  picture.LineTo(6, 6);
+  picture.LineTo(2, 6);
+  picture.ClosePolygon();
+  picture.DrawPath();
+  int white = 0;
+  for (int y = 0; y < 8; ++y) {
+    for (int x = 0; x < 8; ++x) {
+      const bool inside = x >= 2 && x < 6 && y >= 2 && y < 6;
+      EXPECT_EQ(picture.GetPixel(x, y), inside ? kWhite : Color()) << x << "," << y;
+      white += inside;
+    }
+  }
+  EXPECT_EQ(white, 16);
 }
 
 TEST(PictureCompare, ThresholdLimitsTheSquaredDistance) {
@@ -382,6 +446,58 @@ TEST(PictureCompare, ThresholdLimitsTheSquaredDistance) {
   Picture c = a;
   ASSERT_TRUE(c.Convert(RGB8));
   EXPECT_TRUE(a.Compare(c, 0));
+}
+
+TEST(PictureCompare, ClipBoxesPlayNoPart) {
+  Picture a(3, 3, RGBA8);
+  a.Clear(Color(0.5f, 0.5f, 0.5f, 1));
+  Picture b = a;
+  b.GetData(2, 2)[0] = 0;
+  // Both boxes shut out the differing pixel: it still counts.
+  a.SetClipRect(0, 0, 0, 0);
+  b.SetClipRect(0, 0, 0, 0);
+  EXPECT_FALSE(a.Compare(b, 0.5f));
+  EXPECT_FALSE(b.Compare(a, 0.5f));
+  // Equal pixels behind different boxes are equal, in the same format and in another one.
+  b.GetData(2, 2)[0] = a.GetData(2, 2)[0];
+  b.ResetClipRect();
+  EXPECT_TRUE(a.Compare(b, 0));
+  EXPECT_TRUE(b.Compare(a, 0));
+  Picture c = b;
+  ASSERT_TRUE(c.Convert(RGB8));
+  c.SetClipRect(10, 10, 20, 20);
+  EXPECT_TRUE(a.Compare(c, 0));
+  EXPECT_TRUE(c.Compare(a, 0));
+  // The walk covers this picture's size; beyond the other's, pixels read 0, 0, 0, 0.
+  Picture small(2, 2, RGBA8);
+  small.Clear(Color(0.5f, 0.5f, 0.5f, 1));
+  EXPECT_TRUE(small.Compare(a, 0));
+  EXPECT_FALSE(a.Compare(small, 0.5f));
+}
+
+TEST(PictureCompare, WildThresholdsAndNaNPixels) {
+  Picture a(2, 1, RGBA8);
+  Picture b(2, 1, RGBA8);
+  b.Clear(kWhite);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float inf = std::numeric_limits<float>::infinity();
+  // A threshold beyond any int is the largest limit; NaN allows no difference at all.
+  EXPECT_TRUE(a.Compare(b, 1e30f));
+  EXPECT_TRUE(a.Compare(b, inf));
+  EXPECT_FALSE(a.Compare(b, nan));
+  EXPECT_TRUE(a.Compare(a, nan));
+  // A NaN channel is too far from anything, itself included.
+  Picture f(2, 1, RGBA32);
+  f.Clear(Color(0.25f, 0.5f, 0.75f, 1));
+  Picture g = f;
+  EXPECT_TRUE(f.Compare(g, 0));
+  f.PutPixel(1, 0, Color(nan, 0.5f, 0.75f, 1));
+  EXPECT_FALSE(f.Compare(g, 1e30f));
+  EXPECT_FALSE(g.Compare(f, 1e30f));
+  EXPECT_FALSE(f.Compare(f, 1e30f));
+  // So is an infinity, even against the same infinity.
+  g.PutPixel(1, 0, Color(inf, 0.5f, 0.75f, 1));
+  EXPECT_FALSE(g.Compare(g, inf));
 }
 
 } // namespace

@@ -163,6 +163,49 @@ TEST_F(PictureFiles, NoCodecTakingTheFileFailsWithOneLine) {
                                         {"error", "Failed to load picture 'c.txt'", ""}}));
 }
 
+TEST_F(PictureFiles, WhenNoCodecRunsThePictureKeepsItsDrawingState) {
+  Write("d.raw", {'R', 'W', 1, 1, 7});
+  RawGrayCodec raw("Raw");
+  // A clip box on the top left pixel and a pending path over the whole picture.
+  auto prepare = [](Picture& picture) {
+    picture.Clear(Color(0, 0, 0, 1));
+    picture.SetClipRect(0, 0, 0, 0);
+    picture.SetFillColor(Color(1, 1, 1, 1));
+    picture.GetRenderer()->pen_mode = 0;
+    picture.MoveTo(0, 0);
+    picture.LineTo(2, 0);
+    picture.LineTo(2, 2);
+    picture.LineTo(0, 2);
+  };
+  auto check = [](Picture& picture) {
+    EXPECT_EQ(picture.GetPixel(1, 1), Color());  // still outside the box, though opaque black
+    picture.DrawPath();
+    EXPECT_EQ(picture.GetData(0, 0)[0], 255);
+    EXPECT_EQ(picture.GetData(1, 1)[0], 0);
+  };
+  {
+    SCOPED_TRACE("no codec registered");
+    Picture picture(2, 2, Gray8);
+    prepare(picture);
+    EXPECT_FALSE(LoadPicture(picture, "d.raw", ""));
+    check(picture);
+  }
+  RegisterCodec(&raw);
+  {
+    SCOPED_TRACE("an unknown codec name");
+    Picture picture(2, 2, Gray8);
+    prepare(picture);
+    EXPECT_FALSE(LoadPicture(picture, "d.raw", "Nope"));
+    check(picture);
+  }
+  EXPECT_TRUE(raw.seen_at.empty());
+  EXPECT_EQ(g_lines, (std::vector<Line>{{"", "Load picture from 'd.raw', codec '-'", ""},
+                                        {"error", "Failed to load picture 'd.raw'", ""},
+                                        {"", "Load picture from 'd.raw', codec 'Nope'", ""},
+                                        {"error", "Unknown codec 'Nope' to load picture 'd.raw'", ""},
+                                        {"error", "Failed to load picture 'd.raw'", ""}}));
+}
+
 TEST_F(PictureFiles, AFileThatDoesNotOpenAddsNoLineOfItsOwn) {
   RawGrayCodec raw("Raw");
   RegisterCodec(&raw);

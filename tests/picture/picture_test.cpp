@@ -251,6 +251,28 @@ TEST(PictureReframe, PositiveBottomAndRightAddABorderNegativeOnesCut) {
   EXPECT_EQ(picture.GetHeight(), 3u);
 }
 
+TEST(PictureReframe, TheCallersClipBoxPlaysNoPart) {
+  const Picture before = Numbered(3, 2);
+  Picture picture = before;
+  picture.SetClipRect(0, 0, 0, 0);
+  picture.SetFillColor(Color(0, 1, 0, 1));
+  ASSERT_TRUE(picture.Reframe(0, 0, 0, 0));
+  for (uint32_t i = 0; i < 6; ++i) EXPECT_EQ(PixelAt(picture, i % 3, i / 3), NumberedPixel(i)) << i;
+  EXPECT_DOUBLE_EQ(picture.GetRenderer()->fill_color.g, 0);
+  EXPECT_NE(picture.GetPixel(2, 1), Color());
+
+  picture = before;
+  picture.SetClipRect(2, 1, 2, 1);
+  ASSERT_TRUE(picture.Crop(0, 0, 3, 2));
+  for (uint32_t i = 0; i < 6; ++i) EXPECT_EQ(PixelAt(picture, i % 3, i / 3), NumberedPixel(i)) << i;
+
+  picture = before;
+  picture.SetClipRect(10, 10, 20, 20);
+  ASSERT_TRUE(picture.Reframe(-1, 0, 0, 0));
+  for (uint32_t x = 0; x < 3; ++x) EXPECT_EQ(PixelAt(picture, x, 0), kOpaqueBlack);
+  for (uint32_t i = 0; i < 6; ++i) EXPECT_EQ(PixelAt(picture, i % 3, i / 3 + 1), NumberedPixel(i)) << i;
+}
+
 TEST(PictureResize, NearestReplicatesPixels) {
   const uint8_t pixels[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
   Picture picture(2, 2, RGB8, pixels);
@@ -265,18 +287,44 @@ TEST(PictureResize, NearestReplicatesPixels) {
   }
 }
 
-TEST(PictureResize, TranslucentPixelsBlendOverTheNewPixels) {
-  // The blit draws its spans over the freshly allocated, all-zero pixels, as any drawing does.
-  Picture picture = Numbered(2, 1);  // alpha 255, then 254
-  ASSERT_TRUE(picture.Resize(4, 1, FilterNearest));
-  EXPECT_EQ(PixelAt(picture, 0, 0), NumberedPixel(0));
-  const std::vector<uint8_t> blended = PixelAt(picture, 3, 0);
-  EXPECT_EQ(blended[3], 254);
-  EXPECT_NEAR(blended[2], 3, 1);
+TEST(PictureResize, TranslucentPixelsAreCopiedNotBlended) {
+  const uint8_t pixels[] = {100, 0, 0, 128, 0, 200, 0, 64, 0, 0, 50, 1, 10, 20, 30, 255};
+  Picture picture(2, 2, RGBA8, pixels);
+  ASSERT_TRUE(picture.Resize(4, 4, FilterNearest));
+  for (uint32_t y = 0; y < 4; ++y)
+    for (uint32_t x = 0; x < 4; ++x) {
+      const uint8_t* expected = pixels + (2 * (y / 2) + x / 2) * 4;
+      EXPECT_EQ(PixelAt(picture, x, y), std::vector<uint8_t>(expected, expected + 4)) << x << "," << y;
+    }
+  ASSERT_TRUE(picture.Resize(2, 2, FilterNearest));
+  EXPECT_EQ(std::vector<uint8_t>(picture.GetData(), picture.GetData() + 16), std::vector<uint8_t>(pixels, pixels + 16));
+  // The same size keeps the allocation, and still nothing is drawn over the old pixels.
+  ASSERT_TRUE(picture.Resize(2, 2, FilterNearest));
+  EXPECT_EQ(std::vector<uint8_t>(picture.GetData(), picture.GetData() + 16), std::vector<uint8_t>(pixels, pixels + 16));
+}
+
+TEST(PictureResize, TheCallersClipBoxAndFillColourPlayNoPart) {
+  const Picture before = Numbered(3, 3);
+  Picture picture = before;
+  picture.SetClipRect(0, 0, 0, 0);
+  picture.SetFillColor(Color(1, 1, 1, 1));
+  ASSERT_TRUE(picture.Resize(3, 3, FilterNearest));
+  for (uint32_t i = 0; i < 9; ++i) EXPECT_EQ(PixelAt(picture, i % 3, i / 3), NumberedPixel(i)) << i;
+  // Afterwards the drawing state is the default one, the clip box the whole picture.
+  EXPECT_DOUBLE_EQ(picture.GetRenderer()->fill_color.r, 0);
+  EXPECT_NE(picture.GetPixel(2, 2), Color());
+  // Growing with a bilinear kernel: the result is that of a picture without the caller's state.
+  Picture reference = before;
+  ASSERT_TRUE(reference.Resize(7, 5, FilterBilinear));
+  picture = before;
+  picture.SetClipRect(1, 1, 1, 1);
+  picture.SetFillColor(Color(1, 1, 1, 1));
+  ASSERT_TRUE(picture.Resize(7, 5, FilterBilinear));
+  EXPECT_EQ(std::memcmp(picture.GetData(), reference.GetData(), reference.GetDataSize()), 0);
 }
 
 TEST(PictureResize, SamplesBeyondTheEdgeAreTheNewRenderersOpaqueBlack) {
-  // Allocation resets the drawing state, so the blit's background is the default fill colour
+  // Resize draws with a fresh renderer, so the blit's background is the default fill colour
   // whatever the picture's fill colour was before.
   Picture picture(6, 6, RGB8);
   picture.Clear(Color(1, 1, 1, 1));
