@@ -221,4 +221,25 @@ bool BinaryDocumentReader::Read(const char* name, bool& out) {
 
 bool BinaryDocumentReader::IsBinary() { return true; }
 
+bool BinaryDocumentReader::ListValues(std::vector<DocumentValueInfo>& out) {
+  out.clear();
+  for (const BinaryDocumentNode& node : CurrentChildren()) {
+    if (node.IsScope()) continue;
+    DocumentValueKind kind = DocumentValueOther;
+    switch (node.tag) {
+    case BinaryTagBool: kind = DocumentValueBool; break;
+    case BinaryTagInt: kind = DocumentValueInt; break;
+    case BinaryTagUnsigned: kind = DocumentValueUnsigned; break;
+    case BinaryTagFloat: kind = DocumentValueFloat; break;
+    case BinaryTagString: kind = DocumentValueString; break;
+    case BinaryTagBinary: kind = DocumentValueBinary; break;
+    default: break;
+    }
+    size_t length;
+    const char* text = Text(node.name, length);
+    out.push_back({std::string(text, length), kind});
+  }
+  return true;
+}
+
 } // namespace tv

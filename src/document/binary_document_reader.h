@@ -40,6 +40,9 @@ public:
   bool Read(const char* name, int& out) override;
   bool Read(const char* name, bool& out) override;
   bool IsBinary() override;
+  // Every element of the current scope that is no scope, in file order, by its tag; an element of
+  // an unknown tag is listed as other.
+  bool ListValues(std::vector<DocumentValueInfo>& out) override;
   // Through the file system.
   bool Load(const std::string& path) override;
   // From the `size` bytes of a buffer (its cursor has no effect).
