@@ -430,6 +430,50 @@ TEST(BinaryDocumentReader, ListsEveryKindTheWriterMakes) {
   EXPECT_TRUE(values.empty());
 }
 
+TEST(BinaryDocumentReader, ATextHeldTwiceInTheDictionaryIsStillFoundByText) {
+  // No writer makes this: "a" is entries 0 and 1. The first element is named by entry 1.
+  const Bytes image = FromHex({0x4E, 0x42, 0x49, 0x4E, 14, 0, 0, 0,  //
+                               1, 0, 2, 5, 0, 0, 0,                    // int a (entry 1) = 5
+                               0, 0, 2, 6, 0, 0, 0,                    // int a (entry 0) = 6
+                               'a', 0, 'a', 0});
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, image));
+  int value = 0;
+  ASSERT_TRUE(reader.Read("a", value));
+  EXPECT_EQ(value, 5);
+}
+
+TEST(BinaryDocumentReader, ANameIsMatchedByItsTextWhateverBufferHoldsIt) {
+  tv::BinaryDocumentWriter writer;
+  writer.Write("x", 1);
+  writer.Write("y", 2);
+  writer.Write("yy", 3);
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
+  // One buffer whose text changes between reads, as a caller's reused string does.
+  char name[3] = "x";
+  int value = 0;
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 1);
+  name[0] = 'y';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 2);
+  name[1] = 'y';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 3);
+  name[0] = 'z';
+  EXPECT_FALSE(reader.Read(name, value));
+  name[1] = 0;
+  EXPECT_FALSE(reader.Read(name, value));
+  name[0] = 'x';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 1);
+  // A prefix of a longer name is another name.
+  name[0] = 'y';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 2);
+}
+
 TEST(BinaryDocumentReader, LoadAgainStartsOverAtTheRoot) {
   tv::BinaryDocumentWriter first;
   first.EnterScope("a");
