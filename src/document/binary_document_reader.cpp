@@ -16,6 +16,10 @@ namespace {
 
 uint16_t GetU16(const uint8_t* bytes) { return uint16_t(bytes[0] | bytes[1] << 8); }
 
+uint32_t GetU32(const uint8_t* bytes) {
+  return uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24;
+}
+
 // Probes beyond this many slots mean texts made to collide: the table is dropped for comparisons
 // of texts, which keeps a hostile dictionary from making the load quadratic.
 constexpr uint32_t kMaxTextProbes = 64;
@@ -27,9 +31,6 @@ uint32_t HashText(const uint8_t* text, size_t length) {
   uint32_t hash = kTextHashStart;
   for (size_t i = 0; i < length; ++i) hash = (hash ^ text[i]) * kTextHashFactor;
   return hash;
-}
-uint32_t GetU32(const uint8_t* bytes) {
-  return uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24;
 }
 
 } // namespace
