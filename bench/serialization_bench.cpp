@@ -4,8 +4,9 @@
 // The document is one object holding a vector of 10,000 items of a class with a field of every
 // basic type, an enum, a math type, a nested class and a vector of ints; the values are away from
 // their defaults, so every field is written. It is made here by Serialize through each writer:
-// about 2 MB in binary, 6 MB of JSON and 5 MB of XML. "Load" is the reader's load alone;
-// "Load and deserialize" is what a resource load costs, into fresh objects each time.
+// about 1.8 MB in binary, 4.9 MB of JSON and 3.9 MB of XML. "Load" is the reader's load alone;
+// "Load and deserialize" is what a resource load costs, into fresh objects each time. The walk of
+// Deserialize is the same code for every form, so it bounds the ratios between the forms.
 
 #include <cstdint>
 #include <cstdio>
