@@ -9,6 +9,7 @@
 #include "file/std_file_driver.h"
 #include "foundation/globals.h"
 #include "foundation/task_system.h"
+#include "picture/picture_codec.h"
 #include "plugin/plugin_registry.h"
 
 namespace tv {
@@ -18,8 +19,8 @@ constexpr const char* kInfoUsage =
     "usage: torvane info\n"
     "\n"
     "Starts the core as every command does and prints what it has: the core's version, the plugins\n"
-    "loaded (name, description, version, file), the audio codecs, the file system's mounts and the\n"
-    "task workers.\n";
+    "loaded (name, description, version, file), the audio and picture codecs, the file system's\n"
+    "mounts and the task workers.\n";
 
 std::string DescribeDriver(const std::shared_ptr<FileDriver>& driver) {
   if (auto std_driver = std::dynamic_pointer_cast<StdFileDriver>(driver))
@@ -57,6 +58,8 @@ int RunInfoCommand(int argc, char** argv, const HostOptions& host_options) {
 
   std::printf("audio codecs: %zu\n", audio_codecs->size());
   for (const auto& [name, codec] : *audio_codecs) std::printf("  %s\n", name.c_str());
+  std::printf("picture codecs: %zu\n", picture_codecs->size());
+  for (const PictureCodec* codec : *picture_codecs) std::printf("  %s\n", codec->GetName().c_str());
 
   std::printf("mounts: %zu\n", filesystem->mounts.size() + filesystem->root_drivers.size());
   for (const FileMount& mount : filesystem->mounts)

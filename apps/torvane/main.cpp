@@ -10,6 +10,7 @@
 #include "demo_command.h"
 #include "doc_command.h"
 #include "info_command.h"
+#include "picture_command.h"
 #include "types_command.h"
 
 namespace {
@@ -35,6 +36,8 @@ void PrintHelp(std::FILE* to) {
                "      print an XML, JSON or binary document as a tree of scopes and typed values\n"
                "  doc convert IN OUT [--format xml|json|binary]\n"
                "      copy a document into another form, the form of OUT from --format or its extension\n"
+               "  picture info FILE | picture convert IN OUT [--format NAME]\n"
+               "      print a picture's size and pixel format, or convert it to a PNG or TGA file\n"
                "\n"
                "%s"
                "\n"
@@ -66,6 +69,7 @@ int main(int argc, char** argv) {
   if (command == "core") return tv::RunCoreCommand(count - 1, args + 1, options);
   if (command == "demo") return tv::RunDemoCommand(count - 1, args + 1, options);
   if (command == "doc") return tv::RunDocCommand(count - 1, args + 1, options);
+  if (command == "picture") return tv::RunPictureCommand(count - 1, args + 1, options);
   std::fprintf(stderr, "torvane: unknown command '%s'; see torvane --help\n", command.c_str());
   return 1;
 }

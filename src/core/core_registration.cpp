@@ -1,6 +1,7 @@
 #include "core/core_registration.h"
 
 #include "document/enum_type_serializer.h"
+#include "picture/picture_types.h"
 #include "reflection/core_types.h"
 #include "scene/scene_types.h"
 
@@ -12,6 +13,7 @@ void RegisterCoreTypes(TypeRegistry& registry) {
   InstallValueTypeSerializers(registry);
   // Step 4, content types: TangentFrame, Picture, the texture enums and TextureUnitConfig,
   // Material, Polygon, GeometrySkin, GeometryFlag, Geometry, ShaderType.
+  RegisterPictureTypes(registry);
   // Step 5, GPU handles. Step 6, render classes.
   RegisterSceneTypes(registry);  // step 7: scene, component and system classes
   // Step 8, the serializers of geometry, material, render handles, scene, node, script parameter

@@ -6,8 +6,9 @@
 // is a scope named "**invalid**" that holds no values and no children the reader enters. Values
 // at the root live in the first top-level element named "Document". Ints, unsigned ints and
 // floats are read from decimal text that must be whole (surrounding XML white space allowed); an
-// unsigned int refuses a minus sign, a float refuses a value beyond the float range; bools are
-// "true" and "false". Elements nested deeper than the parser allows (about 100) fail the load.
+// unsigned int refuses a minus sign, a float refuses a value beyond the float range but takes
+// "nan" and "inf", which is how the writer prints floats that are not finite (the binary form
+// carries them as they are too); bools are "true" and "false". Elements nested deeper than the parser allows (about 100) fail the load.
 
 #include <memory>
 #include <string>

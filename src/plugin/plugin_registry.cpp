@@ -31,12 +31,14 @@ struct RegistryMarks {
   size_t context_slots = 0;
   size_t atlas_slots = 0;
   std::vector<std::pair<std::string, const AudioCodec*>> codecs;
+  std::vector<const PictureCodec*> picture_codecs;
 };
 
 RegistryMarks MarkRegistries() {
   RegistryMarks marks;
   if (audio_codecs != nullptr)
     for (const auto& [name, codec] : *audio_codecs) marks.codecs.emplace_back(name, codec.get());
+  if (picture_codecs != nullptr) marks.picture_codecs.assign(picture_codecs->begin(), picture_codecs->end());
   if (imgui_signals != nullptr) {
     marks.context_slots = imgui_signals->on_context_change.GetSlotCount();
     marks.atlas_slots = imgui_signals->on_font_atlas.GetSlotCount();
@@ -65,6 +67,12 @@ void RollBackRegistries(const RegistryMarks& marks, const void* module) {
       // through its type information) still gives it away as the module's.
       return std::find(marks.codecs.begin(), marks.codecs.end(), key) == marks.codecs.end() ||
              (module != nullptr && ModuleOf(&typeid(*entry.second)) == module);
+    });
+  }
+  // Picture codecs belong to whoever registered them: the entries go, the objects are the module's.
+  if (picture_codecs != nullptr) {
+    std::erase_if(*picture_codecs, [&](const PictureCodec* codec) {
+      return std::find(marks.picture_codecs.begin(), marks.picture_codecs.end(), codec) == marks.picture_codecs.end();
     });
   }
   if (imgui_signals == nullptr) return;

@@ -42,7 +42,8 @@ std::unique_ptr<SharedLibrary> LoadSharedLibrary(const std::string& path);
 bool SetSharedLibraryPath(const std::string& folder);
 
 // Maps, checks, binds and registers one plugin. Each refusal is a debug line and unmaps again;
-// when PluginLoad itself fails, the codecs and Dear ImGui slots it added are dropped first.
+// when PluginLoad itself fails, the codecs and Dear ImGui slots it added are dropped first (picture
+// codecs only leave the registry, which does not own them).
 bool LoadPlugin(const std::string& path);
 // Loads every "*.so" of `folder`, in name order; returns how many loaded.
 uint32_t LoadPlugins(const std::string& folder);

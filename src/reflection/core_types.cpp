@@ -16,7 +16,10 @@ void AddMatrixFields(Type* type, uint32_t rows, uint32_t columns) {
   for (uint32_t row = 0; row < rows; ++row) {
     for (uint32_t column = 0; column < columns; ++column) {
       const uint32_t index = row * columns + column;
-      const std::string field_name = "m" + std::to_string(row) + std::to_string(column);
+      // Appended rather than "m" + ...: GCC 12 warns falsely on a literal prepended to a string.
+      std::string field_name = "m";
+      field_name += std::to_string(row);
+      field_name += std::to_string(column);
       type->AddField(field_name,
                      new ClassField<M, float>(MemberOffset(&M::m) + index * uint32_t(sizeof(float)), TypeName<float>()),
                      identity.m[index]);

@@ -46,7 +46,10 @@ std::string DescribeValue(const Type* type, const void* value) {
   }
   if (type->container_factory != nullptr) {
     const uint32_t count = type->container_factory->MakeReadInterface(value)->GetSize();
-    return "[" + std::to_string(count) + (count == 1 ? " element]" : " elements]");
+    std::string text = "[";
+    text += std::to_string(count);
+    text += count == 1 ? " element]" : " elements]";
+    return text;
   }
   if (type->shared_ptr_accessor != nullptr) return type->shared_ptr_accessor->Get(value) != nullptr ? "set" : "null";
   if (type->fields.empty()) return "?";

@@ -13,9 +13,12 @@ TEST_F(TorvaneInfo, ListsTheWavPluginItsCodecMountsAndWorkers) {
   const tv::test::Result info = Torvane("info --workers 3");
   ASSERT_EQ(info.status, 0) << info.err;
   EXPECT_EQ(info.out.rfind("Torvane core 1.1.0 (build ", 0), 0u) << info.out;
-  EXPECT_NE(info.out.find("plugins: 1\n  WAV [WAV decoder] version 1.0.0 (wav_audio_codec.so)\n"), std::string::npos)
+  EXPECT_NE(info.out.find("plugins: 2\n  STB [PNG, TGA, JPEG and BMP pictures] version 1.0.0 (stb_picture_codec.so)\n"
+                          "  WAV [WAV decoder] version 1.0.0 (wav_audio_codec.so)\n"),
+            std::string::npos)
       << info.out;
   EXPECT_NE(info.out.find("audio codecs: 1\n  WAV\n"), std::string::npos) << info.out;
+  EXPECT_NE(info.out.find("picture codecs: 1\n  STB\n"), std::string::npos) << info.out;
   EXPECT_NE(info.out.find("(root) -> operating system files (working folder)"), std::string::npos) << info.out;
   EXPECT_NE(info.out.find("workers: 3\n"), std::string::npos) << info.out;
   // The log goes to standard error, the banner first.
@@ -24,7 +27,7 @@ TEST_F(TorvaneInfo, ListsTheWavPluginItsCodecMountsAndWorkers) {
 }
 
 TEST_F(TorvaneInfo, HostOptionsShapeTheRun) {
-  const tv::test::Result blacklisted = Torvane("--blacklist '*audio*' -v info");
+  const tv::test::Result blacklisted = Torvane("--blacklist '*audio*' --blacklist 'stb_*' -v info");
   ASSERT_EQ(blacklisted.status, 0) << blacklisted.err;
   EXPECT_NE(blacklisted.out.find("plugins: 0\n"), std::string::npos) << blacklisted.out;
   EXPECT_NE(blacklisted.err.find("debug: Ignoring blacklisted plugin ('wav_audio_codec.so') (matched against "

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
+#include <limits>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -159,6 +161,19 @@ TEST_F(XMLDocument, ReadsFilesWrittenByAnotherTool) {
   }
 }
 
+TEST_F(XMLDocument, FloatsThatAreNotFiniteComeBackAsWritten) {
+  XMLDocumentWriter writer;
+  ASSERT_TRUE(writer.Write("n", std::numeric_limits<float>::quiet_NaN()));
+  ASSERT_TRUE(writer.Write("i", -std::numeric_limits<float>::infinity()));
+  XMLDocumentReader reader;
+  ASSERT_TRUE(reader.LoadFromString(writer.SaveToString()));
+  float n = 0, i = 0;
+  ASSERT_TRUE(reader.Read("n", n));
+  ASSERT_TRUE(reader.Read("i", i));
+  EXPECT_TRUE(std::isnan(n));
+  EXPECT_EQ(i, -std::numeric_limits<float>::infinity());
+}
+
 TEST_F(XMLDocument, NumbersAndBoolsMustBeWholeDecimalText) {
   struct Case {
     const char* text;
@@ -188,6 +203,8 @@ TEST_F(XMLDocument, NumbersAndBoolsMustBeWholeDecimalText) {
       {"false", false, false, false, true},
       {"True", false, false, false, false},
       {"1", true, true, true, false},
+      {"nan", false, false, true, false},
+      {"-inf", false, false, true, false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string("\"") + c.text + "\"");
