@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,7 @@ std::string NameOf(const tv::BinaryDocumentReader& reader, const tv::BinaryDocum
 // Reads each element of the current scope in every kind through the interface, enters each child
 // scope, and writes what it read to `copy`.
 void Walk(tv::BinaryDocumentReader& reader, tv::BinaryDocumentWriter& copy) {
-  const std::vector<tv::BinaryDocumentNode>& children =
+  const std::span<tv::BinaryDocumentNode> children =
       reader.scope_stack.empty() ? reader.root_children : reader.scope_stack.back()->children;
   for (const tv::BinaryDocumentNode& node : children) {
     const std::string name = NameOf(reader, node);

@@ -1,13 +1,20 @@
 #include "doc_command.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "document/binary_document_reader.h"
+#include "document/document_copy.h"
 #include "document/document_open.h"
 #include "document/document_reader.h"
+#include "document/document_writer.h"
 #include "file/filesystem.h"
 #include "foundation/globals.h"
 
@@ -16,16 +23,26 @@ namespace {
 
 constexpr const char* kDocUsage =
     "usage: torvane doc cat FILE\n"
+    "       torvane doc convert IN OUT [--format xml|json|binary]\n"
     "\n"
-    "Prints a document as an indented tree, read through the engine's document interface. The\n"
-    "form (XML or JSON) comes from the extension, else from the first bytes. Each scope is a line\n"
-    "with its name, followed by its values, one a line as NAME: KIND = VALUE, and then by its\n"
-    "child scopes, two spaces further in. Kinds are bool, int, unsigned, float (9 significant\n"
-    "digits), string (quoted, with C escapes) and binary (its size); \"other\" is a value that no\n"
-    "read takes, such as a JSON array. XML has no kinds: a value shows the first kind whose read\n"
-    "takes its text. A name repeated in one scope is marked, since a reader only finds the first.\n"
-    "XML nodes that are no element (comments, text) show as **invalid**.\n";
-
+    "The forms of a document are XML, JSON and binary; a file's form comes from its extension\n"
+    "(.xml, .json, .bin), else from its first bytes, and a file whose form can't be told is tried\n"
+    "as binary.\n"
+    "\n"
+    "cat prints a document as an indented tree, read through the engine's document interface.\n"
+    "Each scope is a line with its name, followed by its values, one a line as NAME: KIND = VALUE,\n"
+    "and then by its child scopes, two spaces further in. Kinds are bool, int, unsigned, float (9\n"
+    "significant digits), string (quoted, with C escapes) and binary (its size); \"other\" is a\n"
+    "value that no read takes, such as a JSON array. XML has no kinds: a value shows the first kind\n"
+    "whose read takes its text. A name repeated in one scope is marked, since a reader only finds\n"
+    "the first. XML nodes that are no element (comments, text) show as **invalid**.\n"
+    "\n"
+    "convert copies a document into another form, scope by scope and value by value. The form of\n"
+    "OUT comes from --format, else from its extension (.xml; .json, .scn, .mat, .anm; .bin). Values\n"
+    "go before the child scopes of their scope, a value whose name came earlier in its scope is\n"
+    "dropped (no reader finds it), comments are dropped, XML values take the first kind their text\n"
+    "reads as, and JSON keeps floats to 4 decimals, rounded up. Binary blocks go only into a binary\n"
+    "document: converting one to text is refused. OUT is written whole or not at all.\n";
 int Fail(const std::string& message) {
   std::fprintf(stderr, "torvane doc: %s\n", message.c_str());
   return 1;
@@ -151,34 +168,148 @@ const char* FormatName(DocumentFormat format) {
   }
 }
 
+// Loads the document at `path` in the form guessed from it, as binary when none can be told.
+// Null after a line on standard error.
+std::unique_ptr<DocumentReader> LoadInput(const std::string& path) {
+  if (!filesystem->Exists(path)) {
+    Fail("cannot open '" + path + "'");
+    return nullptr;
+  }
+  const DocumentFormat format = GuessDocumentFormatForReading(path);
+  std::unique_ptr<DocumentReader> reader = OpenDocumentReader(path, format);
+  if (!reader) reader = std::make_unique<BinaryDocumentReader>();
+  if (reader->Load(path)) return reader;
+  if (format == DocumentFormatUnknown)
+    Fail("the format of '" + path + "' is not known, and it is no well-formed binary document");
+  else
+    Fail("'" + path + "' is no well-formed " + std::string(FormatName(format)) + " document");
+  return nullptr;
+}
+
+int RunCat(const std::string& path) {
+  std::unique_ptr<DocumentReader> reader = LoadInput(path);
+  if (!reader) return 1;
+  PrintTree(*reader);
+  return std::fflush(stdout) == 0 ? 0 : Fail("cannot write the output");
+}
+
+// A file that appears whole or not at all: written under a temporary name in the folder of the
+// final one, then renamed over it.
+class OutputFile {
+public:
+  explicit OutputFile(std::string path) : path_(std::move(path)) {}
+  ~OutputFile() {
+    if (!temporary_.empty()) std::remove(temporary_.c_str());
+  }
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  // Makes the temporary file; its name, for the writer to save to, is then `temporary()`.
+  bool Open() {
+    const size_t slash = path_.rfind('/');
+    const std::string folder = slash == std::string::npos ? std::string() : path_.substr(0, slash + 1);
+    const std::string name = slash == std::string::npos ? path_ : path_.substr(slash + 1);
+    std::string pattern = folder + "." + name + ".XXXXXX";
+    const int descriptor = mkstemp(pattern.data());
+    if (descriptor < 0) return false;
+    temporary_ = pattern;
+    // mkstemp makes a private file; the output gets the mode any new file would get.
+    const mode_t mask = umask(0);
+    umask(mask);
+    const bool moded = fchmod(descriptor, 0666 & ~mask) == 0;
+    return close(descriptor) == 0 && moded;
+  }
+
+  const std::string& temporary() const { return temporary_; }
+
+  bool Commit() {
+    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) return false;
+    temporary_.clear();
+    return true;
+  }
+
+private:
+  std::string path_;
+  std::string temporary_;
+};
+
+bool ParseFormat(const std::string& text, DocumentFormat& format) {
+  if (text == "xml") format = DocumentFormatXML;
+  else if (text == "json") format = DocumentFormatJSON;
+  else if (text == "binary") format = DocumentFormatBinary;
+  else return false;
+  return true;
+}
+
+int RunConvert(const std::string& in, const std::string& out, DocumentFormat format) {
+  if (format == DocumentFormatUnknown) format = GuessDocumentFormatForWriting(out);
+  if (format == DocumentFormatUnknown)
+    return Fail("the format of '" + out + "' is not known; name it .xml, .json or .bin, or give --format");
+
+  std::unique_ptr<DocumentReader> reader = LoadInput(in);
+  if (!reader) return 1;
+  std::unique_ptr<DocumentWriter> writer = OpenDocumentWriter(out, format);
+  std::string error;
+  if (!CopyDocument(*reader, *writer, error)) return Fail("cannot convert '" + in + "': " + error);
+
+  OutputFile file(out);
+  if (!file.Open() || !writer->Save(file.temporary())) return Fail("cannot write '" + out + "'");
+  // What a form can't carry but its writer takes (names that are no XML names, an XML document of
+  // nothing) only shows when the file is read again.
+  std::unique_ptr<DocumentReader> check = OpenDocumentReader(file.temporary(), format);
+  if (!check->Load(file.temporary())) {
+    std::string why = "the " + std::string(FormatName(format)) + " made from it does not load again";
+    if (format == DocumentFormatXML)
+      why += " (XML names can't hold spaces and the like, and a document of nothing has no XML form)";
+    return Fail("cannot convert '" + in + "': " + why);
+  }
+  if (!file.Commit()) return Fail("cannot write '" + out + "'");
+  return 0;
+}
+
 } // namespace
 
 int RunDocCommand(int argc, char** argv, const HostOptions& host_options) {
   std::vector<std::string> words;
+  DocumentFormat format = DocumentFormatUnknown;
+  bool format_given = false;
   for (int i = 0; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "-h" || arg == "--help") {
       std::fputs(kDocUsage, stdout);
       return 0;
     }
+    if (arg == "--format" || arg.rfind("--format=", 0) == 0) {
+      std::string value;
+      if (arg == "--format") {
+        if (i + 1 == argc) return Fail("--format wants xml, json or binary");
+        value = argv[++i];
+      } else {
+        value = arg.substr(9);
+      }
+      if (!ParseFormat(value, format)) return Fail("--format wants xml, json or binary, not '" + value + "'");
+      format_given = true;
+      continue;
+    }
     if (arg.size() > 1 && arg[0] == '-') return Fail("unknown option '" + arg + "'; see torvane doc --help");
     words.push_back(arg);
   }
   if (words.empty()) return Fail("missing operands; see torvane doc --help");
-  if (words[0] != "cat") return Fail("unknown verb '" + words[0] + "'; see torvane doc --help");
-  if (words.size() < 2) return Fail("missing FILE; see torvane doc --help");
-  if (words.size() > 2) return Fail("too many operands; see torvane doc --help");
-  const std::string& path = words[1];
-
-  CoreSession session(host_options);
-  if (!filesystem->Exists(path)) return Fail("cannot open '" + path + "'");
-  const DocumentFormat format = GuessDocumentFormatForReading(path);
-  std::unique_ptr<DocumentReader> reader = OpenDocumentReader(path, format);
-  if (!reader) return Fail("the format of '" + path + "' is not known");
-  if (!reader->Load(path))
-    return Fail("'" + path + "' is no well-formed " + std::string(FormatName(format)) + " document");
-  PrintTree(*reader);
-  return std::fflush(stdout) == 0 ? 0 : Fail("cannot write the output");
+  const std::string& verb = words[0];
+  if (verb == "cat") {
+    if (format_given) return Fail("--format belongs to doc convert; see torvane doc --help");
+    if (words.size() < 2) return Fail("missing FILE; see torvane doc --help");
+    if (words.size() > 2) return Fail("too many operands; see torvane doc --help");
+    CoreSession session(host_options);
+    return RunCat(words[1]);
+  }
+  if (verb == "convert") {
+    if (words.size() < 3) return Fail("missing IN or OUT; see torvane doc --help");
+    if (words.size() > 3) return Fail("too many operands; see torvane doc --help");
+    CoreSession session(host_options);
+    return RunConvert(words[1], words[2], format);
+  }
+  return Fail("unknown verb '" + verb + "'; see torvane doc --help");
 }
 
 } // namespace tv

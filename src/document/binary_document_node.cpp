@@ -2,7 +2,7 @@
 
 namespace tv {
 
-bool BinaryDocumentNode::SkipToScope(std::vector<BinaryDocumentNode>& list, uint32_t& cursor) {
+bool BinaryDocumentNode::SkipToScope(std::span<const BinaryDocumentNode> list, uint32_t& cursor) {
   while (cursor < list.size() && !list[cursor].IsScope()) ++cursor;
   return cursor < list.size();
 }

@@ -7,7 +7,7 @@
 // and the tag's payload; a scope's payload is a 32-bit length followed by its child elements.
 
 #include <cstdint>
-#include <vector>
+#include <span>
 
 namespace tv {
 
@@ -29,25 +29,24 @@ enum BinaryDocumentTag : uint8_t {
   BinaryTagBinary = 6,    // unsigned 32-bit length, then that many bytes
 };
 
-// Made for every element when the file is loaded; `value` points into the reader's file image,
-// which outlives the nodes.
+// Made for every element when the file is loaded; `value` points into the reader's file image and
+// `children` into the reader's array of nodes, both of which outlive the nodes.
 class BinaryDocumentNode {
 public:
   bool IsScope() const { return tag == BinaryTagScope; }
 
   // Moves `cursor` forward from where it stands onto the next scope in `list`; false, with
   // `cursor` at the end, if none is left. Shared by the nodes and the reader's root.
-  static bool SkipToScope(std::vector<BinaryDocumentNode>& list, uint32_t& cursor);
+  static bool SkipToScope(std::span<const BinaryDocumentNode> list, uint32_t& cursor);
 
-  uint16_t name = 0;               // dictionary index
+  // Ordered for a small node: a document has one for each element.
   const uint8_t* value = nullptr;  // the payload after its length field, if it has one
-  uint32_t offset = 0;             // position of the element in the file
-  uint32_t size = 0;               // byte count of the payload at `value`
+  std::span<BinaryDocumentNode> children;  // for scopes, in file order
+  uint32_t offset = 0;  // position of the element in the file
+  uint32_t size = 0;    // byte count of the payload at `value`
   uint32_t tag = 0;
-  std::vector<BinaryDocumentNode> children;  // for scopes, in file order
-  // The child walk's position in `children`: an index, so that it stays valid while the tree is
-  // built and moved.
-  uint32_t cursor = 0;
+  uint32_t cursor = 0;  // the child walk's position in `children`
+  uint16_t name = 0;    // dictionary index
 };
 
 } // namespace tv

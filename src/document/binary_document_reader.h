@@ -1,7 +1,7 @@
 #pragma once
 // Reads the binary form of a document. Load reads the whole file image once, indexes its
-// dictionary and builds a node for every element; the reads then only copy values out of the
-// image, which the reader keeps while it lives.
+// dictionary and builds a node for every element, all in one array; the reads then only copy
+// values out of the image, which the reader keeps while it lives.
 //
 // Any file is taken as hostile. Load refuses, answering false with nothing loaded, a file that:
 // is shorter than its 8-byte head; lacks the magic; has a body size that runs past its end; does
@@ -11,7 +11,9 @@
 // kMaxScopeDepth deep. Elements of an unknown tag are kept as 3-byte elements without payload,
 // which no read takes and no child walk enters.
 
+#include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,11 @@ namespace tv {
 class BinaryDocumentReader : public DocumentReader {
 public:
   using DocumentReader::Read;
+
+  BinaryDocumentReader() = default;
+  // The nodes point into the image and into each other.
+  BinaryDocumentReader(const BinaryDocumentReader&) = delete;
+  BinaryDocumentReader& operator=(const BinaryDocumentReader&) = delete;
 
   // Deeper nesting is refused, so that hostile files cannot exhaust the stack of the recursive
   // parse; the writer has no such limit, but no document of the core comes near it.
@@ -40,6 +47,9 @@ public:
   bool Read(const char* name, int& out) override;
   bool Read(const char* name, bool& out) override;
   bool IsBinary() override;
+  // Every element of the current scope that is no scope, in file order, by its tag; an element of
+  // an unknown tag is listed as other.
+  bool ListValues(std::vector<DocumentValueInfo>& out) override;
   // Through the file system.
   bool Load(const std::string& path) override;
   // From the `size` bytes of a buffer (its cursor has no effect).
@@ -50,25 +60,52 @@ public:
   // Start of each dictionary entry in `image`, and one more entry just past the last.
   std::vector<const uint8_t*> strings;
   uint32_t root_cursor = 0;  // the child walk's position in `root_children`
-  std::vector<BinaryDocumentNode> root_children;
+  std::span<BinaryDocumentNode> root_children;  // the first nodes of `nodes`
   std::vector<BinaryDocumentNode*> scope_stack;
+  // Every node of the document, the children of each scope side by side: one allocation for a
+  // load, however many scopes it has.
+  std::vector<BinaryDocumentNode> nodes;
 
 private:
   // Indexes the dictionary and parses the body of `image`.
   bool Parse();
-  // Parses the elements of [begin, end) into `out`; false for a malformed element.
-  bool ParseRange(uint32_t begin, uint32_t end, std::vector<BinaryDocumentNode>& out, uint32_t depth);
-  // Parses the element at `position`, which lies below `end`, and appends it to `out`.
-  bool ParseElement(uint32_t end, std::vector<BinaryDocumentNode>& out, uint32_t depth);
+  // Parses the body [begin, end) into `nodes`; false for a malformed element or too deep a scope.
+  bool ParseBody(uint32_t begin, uint32_t end);
+  // Appends the elements of [begin, end) to `nodes`; false for a malformed element.
+  bool ParseChildren(uint32_t begin, uint32_t end);
+  // Appends the element at `position`, which lies below `end`.
+  bool ParseElement(uint32_t end);
   // The children and walk position of the current scope (the root's at the root).
-  std::vector<BinaryDocumentNode>& CurrentChildren();
+  std::span<BinaryDocumentNode> CurrentChildren();
   uint32_t& CurrentCursor();
   // The first element named `name` in the current scope, if it has `tag`; else null.
   const BinaryDocumentNode* FindValue(const char* name, uint32_t tag);
   // The text of dictionary entry `index` (checked at load) and its length.
   const char* Text(uint32_t index, size_t& length) const;
+  size_t EntryLength(uint32_t index) const;
+
+  // Reads look names up once in a hash table of the dictionary and then compare 16-bit indices,
+  // not texts. A dictionary that holds a text twice (the writer never makes one) or whose texts
+  // collide too often is left to comparing texts, which answers the same.
+  void IndexDictionary();
+  // The dictionary index of `name`, or -1 when no entry holds it.
+  int32_t FindText(const char* name) const;
+  int32_t FindTextCached(const char* name);
 
   void Clear();
+
+  struct TextSlot {
+    uint32_t hash = 0;
+    uint32_t entry = 0;  // dictionary index + 1; 0 where the slot is free
+  };
+  std::vector<TextSlot> text_table_;  // open addressing by the hash of the text
+  struct NameCacheEntry {
+    const char* name = nullptr;  // the caller's pointer, compared by address
+    uint32_t index = 0;
+  };
+  static constexpr size_t kNameCacheSize = 64;
+  std::array<NameCacheEntry, kNameCacheSize> name_cache_{};
+  bool compare_texts_ = false;
 };
 
 } // namespace tv

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "document/binary_document_reader.h"
+#include "document/binary_document_writer.h"
 #include "document/json_document_reader.h"
 #include "document/json_document_writer.h"
 #include "document/xml_document_reader.h"
@@ -68,7 +70,7 @@ std::unique_ptr<DocumentReader> OpenDocumentReader(const std::string& path, Docu
   case DocumentFormatJSON:
     return std::make_unique<JSONDocumentReader>();
   case DocumentFormatBinary:
-    return nullptr;  // the binary reader plugs in here
+    return std::make_unique<BinaryDocumentReader>();
   default:
     return nullptr;
   }
@@ -82,7 +84,7 @@ std::unique_ptr<DocumentWriter> OpenDocumentWriter(const std::string& path, Docu
   case DocumentFormatJSON:
     return std::make_unique<JSONDocumentWriter>();
   case DocumentFormatBinary:
-    return nullptr;  // the binary writer plugs in here
+    return std::make_unique<BinaryDocumentWriter>();
   default:
     return nullptr;
   }

@@ -21,9 +21,10 @@ DocumentFormat GuessDocumentFormatForWriting(const std::string& path);
 // By the first byte of a text in memory: "{" JSON, "<" XML, else Unknown.
 DocumentFormat GuessDocumentFormat(const std::string& text);
 
-// A new, empty reader or writer of that form (guessed from the path when Unknown), or null for a
-// form with no class here. Neither loads nor saves. Callers take null as a request for the binary
-// form.
+// A new, empty reader or writer of that form (guessed from the path when Unknown), or null when
+// the form is still Unknown or is no form at all. Neither loads nor saves. Callers take null as a
+// request for the binary form, so a file whose form can't be told is tried as binary and is
+// refused by its Load.
 std::unique_ptr<DocumentReader> OpenDocumentReader(const std::string& path,
                                                    DocumentFormat format = DocumentFormatUnknown);
 std::unique_ptr<DocumentWriter> OpenDocumentWriter(const std::string& path,

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,7 @@ inline Bytes FromHex(std::initializer_list<int> values) {
 // returns a count of the successful reads and visited scopes, so that the work cannot be skipped.
 inline size_t ReadEverything(tv::BinaryDocumentReader& reader) {
   size_t count = 0;
-  const std::vector<tv::BinaryDocumentNode>& children =
+  const std::span<tv::BinaryDocumentNode> children =
       reader.scope_stack.empty() ? reader.root_children : reader.scope_stack.back()->children;
   for (const tv::BinaryDocumentNode& node : children) {
     const std::string name(reinterpret_cast<const char*>(reader.strings[node.name]));

@@ -374,6 +374,106 @@ TEST(BinaryDocumentReader, UnknownTagIsSkippedWithItsName) {
   EXPECT_FALSE(reader.EnterFirstChild());
 }
 
+TEST(BinaryDocumentReader, ListsTheValuesOfTheCurrentScopeInFileOrder) {
+  // Root: a scope between two values, a repeated name, an unknown tag (7) and a block.
+  const Bytes image = FromHex({0x4E, 0x42, 0x49, 0x4E, 36, 0, 0, 0,  //
+                               0, 0, 2, 1, 0, 0, 0,                     // int a = 1
+                               1, 0, 0, 4, 0, 0, 0,                     // scope s {
+                               2, 0, 1, 1,                              //   bool b = true }
+                               0, 0, 5, 3, 0,                           // string a = "x"
+                               4, 0, 7,                                 // unknown tag
+                               2, 0, 6, 3, 0, 0, 0, 9, 8, 7,            // binary b, 3 bytes
+                               'a', 0, 's', 0, 'b', 0, 'x', 0, 'u', 0});
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, image));
+  std::vector<tv::DocumentValueInfo> values = {{"stale", tv::DocumentValueInt}};
+  ASSERT_TRUE(reader.ListValues(values));
+  const std::vector<std::pair<std::string, tv::DocumentValueKind>> expected = {{"a", tv::DocumentValueInt},
+                                                                               {"a", tv::DocumentValueString},
+                                                                               {"u", tv::DocumentValueOther},
+                                                                               {"b", tv::DocumentValueBinary}};
+  ASSERT_EQ(values.size(), expected.size());
+  for (size_t i = 0; i < values.size(); ++i) {
+    EXPECT_EQ(values[i].name, expected[i].first) << i;
+    EXPECT_EQ(values[i].kind, expected[i].second) << i;
+  }
+  ASSERT_TRUE(reader.EnterFirstChild());
+  ASSERT_TRUE(reader.ListValues(values));
+  ASSERT_EQ(values.size(), 1u);
+  EXPECT_EQ(values[0].name, "b");
+  EXPECT_EQ(values[0].kind, tv::DocumentValueBool);
+}
+
+TEST(BinaryDocumentReader, ListsEveryKindTheWriterMakes) {
+  tv::BinaryDocumentWriter writer;
+  writer.Write("flag", false);
+  writer.Write("int", -3);
+  writer.Write("unsigned", 3u);
+  writer.Write("float", 0.5f);
+  writer.Write("string", "");
+  writer.Write("block", tv::BinaryData());
+  writer.Write(std::string("with space\xc3\xbc").c_str(), 1);
+  writer.EnterScope("empty");
+  writer.ExitScope();
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
+  std::vector<tv::DocumentValueInfo> values;
+  ASSERT_TRUE(reader.ListValues(values));
+  ASSERT_EQ(values.size(), 7u);
+  const tv::DocumentValueKind kinds[] = {tv::DocumentValueBool,  tv::DocumentValueInt,    tv::DocumentValueUnsigned,
+                                         tv::DocumentValueFloat, tv::DocumentValueString, tv::DocumentValueBinary,
+                                         tv::DocumentValueInt};
+  for (size_t i = 0; i < values.size(); ++i) EXPECT_EQ(values[i].kind, kinds[i]) << values[i].name;
+  EXPECT_EQ(values[6].name, "with space\xc3\xbc");
+  ASSERT_TRUE(reader.EnterFirstChild());
+  ASSERT_TRUE(reader.ListValues(values));
+  EXPECT_TRUE(values.empty());
+}
+
+TEST(BinaryDocumentReader, ATextHeldTwiceInTheDictionaryIsStillFoundByText) {
+  // No writer makes this: "a" is entries 0 and 1. The first element is named by entry 1.
+  const Bytes image = FromHex({0x4E, 0x42, 0x49, 0x4E, 14, 0, 0, 0,  //
+                               1, 0, 2, 5, 0, 0, 0,                    // int a (entry 1) = 5
+                               0, 0, 2, 6, 0, 0, 0,                    // int a (entry 0) = 6
+                               'a', 0, 'a', 0});
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, image));
+  int value = 0;
+  ASSERT_TRUE(reader.Read("a", value));
+  EXPECT_EQ(value, 5);
+}
+
+TEST(BinaryDocumentReader, ANameIsMatchedByItsTextWhateverBufferHoldsIt) {
+  tv::BinaryDocumentWriter writer;
+  writer.Write("x", 1);
+  writer.Write("y", 2);
+  writer.Write("yy", 3);
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
+  // One buffer whose text changes between reads, as a caller's reused string does.
+  char name[3] = "x";
+  int value = 0;
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 1);
+  name[0] = 'y';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 2);
+  name[1] = 'y';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 3);
+  name[0] = 'z';
+  EXPECT_FALSE(reader.Read(name, value));
+  name[1] = 0;
+  EXPECT_FALSE(reader.Read(name, value));
+  name[0] = 'x';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 1);
+  // A prefix of a longer name is another name.
+  name[0] = 'y';
+  ASSERT_TRUE(reader.Read(name, value));
+  EXPECT_EQ(value, 2);
+}
+
 TEST(BinaryDocumentReader, LoadAgainStartsOverAtTheRoot) {
   tv::BinaryDocumentWriter first;
   first.EnterScope("a");

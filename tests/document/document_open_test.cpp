@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "document/binary_document_reader.h"
+#include "document/binary_document_writer.h"
 #include "document/document_open.h"
 #include "document_fixture.h"
 
@@ -83,10 +85,14 @@ TEST_F(DocumentOpen, TextInMemoryIsJudgedByItsFirstByte) {
 TEST_F(DocumentOpen, OpensTheClassOfTheFormAndNothingForOthers) {
   EXPECT_NE(dynamic_cast<XMLDocumentReader*>(OpenDocumentReader("a.xml").get()), nullptr);
   EXPECT_NE(dynamic_cast<JSONDocumentReader*>(OpenDocumentReader("a.json").get()), nullptr);
+  EXPECT_NE(dynamic_cast<BinaryDocumentReader*>(OpenDocumentReader("a.bin").get()), nullptr);
   EXPECT_NE(dynamic_cast<JSONDocumentReader*>(OpenDocumentReader("a.xml", DocumentFormatJSON).get()), nullptr);
+  EXPECT_NE(dynamic_cast<BinaryDocumentReader*>(OpenDocumentReader("a.json", DocumentFormatBinary).get()), nullptr);
   EXPECT_NE(dynamic_cast<XMLDocumentWriter*>(OpenDocumentWriter("a.xml").get()), nullptr);
   EXPECT_NE(dynamic_cast<JSONDocumentWriter*>(OpenDocumentWriter("a.anm").get()), nullptr);
+  EXPECT_NE(dynamic_cast<BinaryDocumentWriter*>(OpenDocumentWriter("a.BIN").get()), nullptr);
   EXPECT_NE(dynamic_cast<XMLDocumentWriter*>(OpenDocumentWriter("a.json", DocumentFormatXML).get()), nullptr);
+  EXPECT_NE(dynamic_cast<BinaryDocumentWriter*>(OpenDocumentWriter("a.xml", DocumentFormatBinary).get()), nullptr);
   EXPECT_EQ(OpenDocumentWriter("a.txt"), nullptr);
   EXPECT_EQ(OpenDocumentWriter("a.xml", DocumentFormat(7)), nullptr);
   EXPECT_EQ(OpenDocumentReader("a.xml", DocumentFormat(-1)), nullptr);
@@ -96,9 +102,39 @@ TEST_F(DocumentOpen, OpensTheClassOfTheFormAndNothingForOthers) {
   EXPECT_EQ(OpenDocumentReader("missing.dat"), nullptr);
 }
 
+// Callers take a null reader as a request for the binary form: a real binary file of any name
+// loads that way, a file whose first byte is "N" and the rest anything else fails at Load.
+TEST_F(DocumentOpen, AFileOfUnknownExtensionIsTriedAsBinary) {
+  BinaryDocumentWriter writer;
+  writer.EnterScope("Mesh");
+  writer.Write("Count", 12u);
+  writer.ExitScope();
+  ASSERT_TRUE(writer.Save("mesh.geo"));
+  temp.Put("notes.geo", "Not a document");
+  temp.Put("short.geo", "NBIN");
+
+  std::unique_ptr<DocumentReader> reader = OpenDocumentReader("mesh.geo");
+  ASSERT_NE(dynamic_cast<BinaryDocumentReader*>(reader.get()), nullptr);
+  ASSERT_TRUE(reader->Load("mesh.geo"));
+  ASSERT_TRUE(reader->EnterFirstChild());
+  EXPECT_EQ(reader->GetScopeName(), "Mesh");
+  unsigned count = 0;
+  EXPECT_TRUE(reader->Read("Count", count));
+  EXPECT_EQ(count, 12u);
+
+  EXPECT_EQ(OpenDocumentReader("notes.geo"), nullptr);
+  BinaryDocumentReader fallback;
+  EXPECT_FALSE(fallback.Load("notes.geo"));
+  // "NBIN" alone opens as binary, and is refused by Load for its short head.
+  reader = OpenDocumentReader("short.geo");
+  ASSERT_NE(dynamic_cast<BinaryDocumentReader*>(reader.get()), nullptr);
+  EXPECT_FALSE(reader->Load("short.geo"));
+  EXPECT_TRUE(tv_test::TakeLog().empty());
+}
+
 // A scene file is written as JSON by its extension and read back by its first byte.
 TEST_F(DocumentOpen, WrittenAndReadBackThroughTheGuessedForms) {
-  for (const char* name : {"level.scn", "level.xml", "level.json"}) {
+  for (const char* name : {"level.scn", "level.xml", "level.json", "level.bin"}) {
     SCOPED_TRACE(name);
     std::unique_ptr<DocumentWriter> writer = OpenDocumentWriter(name);
     ASSERT_NE(writer, nullptr);
