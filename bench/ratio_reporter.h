@@ -1,9 +1,12 @@
 #pragma once
 // Console output of Google Benchmark plus, at the end, named ratios between runs of the same
-// program: our figure next to a peer or a limit measured in the same run.
+// program: our figure next to a peer or a limit measured in the same run. With repetitions (and
+// interleaving, see scripts/run-benchmarks.sh), each side is the median of its repetitions, so a
+// burst of load from elsewhere on a shared machine moves a ratio less.
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -25,27 +28,46 @@ public:
 
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs)
-      if (run.run_type == Run::RT_Iteration && !run.error_occurred) seconds_[run.benchmark_name()] = run.GetAdjustedRealTime();
+    for (const Run& run : runs) {
+      if (run.error_occurred) continue;
+      if (run.run_type == Run::RT_Iteration) {
+        seconds_[run.benchmark_name()].push_back(run.GetAdjustedRealTime());
+      } else if (run.aggregate_name == "median") {
+        // Only aggregates reach the reporter when the runs themselves are not shown.
+        medians_[run.run_name.str()] = run.GetAdjustedRealTime();
+      }
+    }
   }
 
   // Speed of `ours` relative to `peer`: above 1 means ours is faster.
   void PrintRatios() const {
     std::printf("\n%-58s %8s   %s\n", "ratio (speed of ours / speed of peer)", "value", "goal");
     for (const Ratio& ratio : ratios_) {
-      const auto ours = seconds_.find(ratio.ours);
-      const auto peer = seconds_.find(ratio.peer);
-      if (ours == seconds_.end() || peer == seconds_.end() || ours->second <= 0) {
+      const double ours = Median(ratio.ours);
+      const double peer = Median(ratio.peer);
+      if (ours <= 0 || peer <= 0) {
         std::printf("%-58s %8s   %s\n", ratio.label.c_str(), "n/a", ratio.goal.c_str());
         continue;
       }
-      std::printf("%-58s %8.3f   %s\n", ratio.label.c_str(), peer->second / ours->second, ratio.goal.c_str());
+      std::printf("%-58s %8.3f   %s\n", ratio.label.c_str(), peer / ours, ratio.goal.c_str());
     }
   }
 
 private:
+  // The median time of a benchmark's runs; 0 when it has none.
+  double Median(const std::string& name) const {
+    if (const auto median = medians_.find(name); median != medians_.end()) return median->second;
+    const auto found = seconds_.find(name);
+    if (found == seconds_.end() || found->second.empty()) return 0;
+    std::vector<double> times = found->second;
+    std::sort(times.begin(), times.end());
+    const size_t middle = times.size() / 2;
+    return times.size() % 2 == 1 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
+  }
+
   std::vector<Ratio> ratios_;
-  std::map<std::string, double> seconds_;
+  std::map<std::string, std::vector<double>> seconds_;
+  std::map<std::string, double> medians_;
 };
 
 // main() of a benchmark program that ends with its ratios.

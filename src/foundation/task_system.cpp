@@ -1,6 +1,5 @@
 #include "foundation/task_system.h"
 
-#include <pthread.h>
 #include <sched.h>
 
 #include <algorithm>
@@ -38,17 +37,6 @@ uint32_t GetLogicalProcessorCount() {
   if (sched_getaffinity(0, sizeof(set), &set) != 0) return 1;
   const int count = CPU_COUNT(&set);
   return count > 0 ? uint32_t(count) : 1;
-}
-
-// The pool's mutex is held for a few dozen instructions at a time, by every worker and every thread
-// that queues. Under contention a plain mutex sends the loser to sleep in the kernel at once,
-// which costs more than the hold; the adaptive kind spins for a short while first.
-task_system::task_system() {
-  pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ADAPTIVE_NP);
-  pthread_mutex_init(mutex.native_handle(), &attributes);
-  pthread_mutexattr_destroy(&attributes);
 }
 
 task_system::~task_system() { stop(); }
@@ -111,8 +99,8 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
     if (!queue.empty()) {
       t = std::move(queue.front());
       queue.pop_front();
-      // More global work than the workers up can take: pass the wake-up on to a sleeping one.
-      if (claim_wake_up()) work_available.notify_one();
+      // More global work than this worker can take: pass the wake-up on to a sleeping one.
+      if (!queue.empty() && sleeping_ != 0) work_available.notify_one();
       break;
     }
     if (self.state.load() != 1) return nullptr;
@@ -126,18 +114,9 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
     ++sleeping_;
     work_available.wait(lock);
     --sleeping_;
-    if (signalled_ != 0) --signalled_;
   }
   running.push_back(t.get());
   return t;
-}
-
-bool task_system::claim_wake_up() {
-  if (sleeping_ <= signalled_) return false;
-  const uint32_t up = worker_count.load() - (sleeping_ - signalled_);
-  if (queue.size() <= up) return false;
-  ++signalled_;
-  return true;
 }
 
 void task_system::insert_by_priority(std::deque<std::shared_ptr<task>>& tasks, std::shared_ptr<task> t) {
@@ -184,11 +163,11 @@ void task_system::run_task(std::shared_ptr<task> t, const std::shared_ptr<task_s
       if (member_of != nullptr) complete_one_locked(t->set, lock);
       return;
     } else if (affinity == task::kAnyWorker) {
-      // A worker is woken only while the queue outgrows the workers that are up: waking one per
-      // task would make the queueing thread and the workers take turns on the processor, and
-      // waking only for an empty queue would get a burst of tasks going one worker at a time.
+      // Only a queue that was empty needs a worker woken: otherwise one is awake or being woken,
+      // and passes the wake-up on while work remains. Waking one per task would make the queueing
+      // thread and the workers take turns on the processor.
+      wake_worker = queue.empty() && sleeping_ != 0;
       insert_by_priority(queue, std::move(t));
-      wake_worker = claim_wake_up();
       helpers_waiting = waiters_ != 0;
     } else {
       std::lock_guard<std::mutex> own(workers[affinity].mutex);

@@ -34,7 +34,7 @@ public:
     std::deque<std::shared_ptr<task>> queue;  // sorted by priority
   };
 
-  task_system();
+  task_system() = default;
   ~task_system();
   task_system(const task_system&) = delete;
   task_system& operator=(const task_system&) = delete;
@@ -111,14 +111,6 @@ public:
 private:
   uint32_t waiters_ = 0;   // threads asleep on task_finished; guarded by `mutex`
   uint32_t sleeping_ = 0;  // workers asleep on work_available; guarded by `mutex`
-  // Of those, the ones already signalled and not yet up; guarded by `mutex`. A wake-up goes only
-  // to a worker nobody has signalled yet.
-  uint32_t signalled_ = 0;
-
-  // With `mutex` held, after a global task was queued or taken: signals one more sleeping worker
-  // when the global queue holds more tasks than there are workers up or getting up. Answers
-  // whether to notify `work_available` once the lock is let go.
-  bool claim_wake_up();
   // Followers taken out of the after lists and not yet queued (queueing needs the lock released).
   size_t in_transit_ = 0;
 
