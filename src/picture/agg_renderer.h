@@ -279,15 +279,16 @@ public:
     agg::ellipse ellipse(detail::SafeCoordinate(x), detail::SafeCoordinate(y), detail::SafeCoordinate(rx),
                          detail::SafeCoordinate(ry), 0, false);
     ellipse.approximation_scale(1.0);
-    path_.concat_path(ellipse);
+    AppendPath(ellipse);
   }
 
   void AddRoundedRect(float x0, float y0, float x1, float y1, float radius) override {
     // The radius as given: one larger than half a side is not scaled down, so the arcs overlap.
     agg::rounded_rect rect(detail::SafeCoordinate(x0), detail::SafeCoordinate(y0), detail::SafeCoordinate(x1),
                            detail::SafeCoordinate(y1), detail::SafeCoordinate(radius));
-    path_.concat_path(rect);
+    AppendPath(rect);
   }
+
 
   void DrawPath() override {
     if (fill_mode == 1) {
@@ -339,6 +340,15 @@ public:
   }
 
 private:
+  // What path_storage::concat_path does, with the vertex initialised: GCC cannot see that the
+  // shapes set it before the stop command and warns in the library's loop.
+  template <typename VertexSource>
+  void AppendPath(VertexSource& source) {
+    double vx = 0, vy = 0;
+    source.rewind(0);
+    for (unsigned command; !agg::is_stop(command = source.vertex(&vx, &vy));) path_.vertices().add_vertex(vx, vy, command);
+  }
+
   // Blit and Resample, once the formats match: `replace` writes the samples over the pixels
   // instead of blending them.
   void BlitSpans(const Picture& source, float x0, float y0, float x1, float y1, const Matrix3& matrix,
