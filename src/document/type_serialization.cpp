@@ -1,5 +1,6 @@
 #include "document/type_serialization.h"
 
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -201,9 +202,20 @@ bool DeserializeClass(DocumentReader& reader, void* object, Type* type, Deserial
       result = false;
   }
   if (!reader.EnterFirstChild()) return result;
+  // The writer puts the scoped fields in field order, so the next of them is tried before a lookup
+  // by name; a document in another order only costs the lookups.
+  using FieldIterator = decltype(type->fields)::const_iterator;
+  const auto next_scoped = [&](FieldIterator at) {
+    while (at != type->fields.end() && IsBasicStorage(*at->second)) ++at;
+    return at;
+  };
+  FieldIterator expected = next_scoped(type->fields.begin());
   do {
     const std::string scope_name = reader.GetScopeName();
-    if (const TypeField* field = type->FindField(scope_name)) {
+    FieldIterator found = expected;
+    if (found == type->fields.end() || found->first != scope_name) found = type->fields.find(scope_name);
+    if (found != type->fields.end()) expected = next_scoped(std::next(found));
+    if (const TypeField* field = found != type->fields.end() ? found->second.get() : nullptr) {
       if (!DeserializeField(reader, object, field, context, scope_name.c_str())) result = false;
     } else if (Type* base = FindBase(type, scope_name)) {
       if (!Deserialize(reader, type->CastToBase(object, base), base, context, "")) {
