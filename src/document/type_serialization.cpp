@@ -3,6 +3,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "document/document_scope.h"
 #include "reflection/type.h"
@@ -113,6 +114,17 @@ bool IsBasicStorage(const TypeField& field) {
   return storage != nullptr && storage->IsBasic();
 }
 
+constexpr std::string_view kSlotName = "slot";
+
+// Names are a few bytes long: compared inline they spare the walk a call to memcmp for each scope,
+// which std::string's comparison makes.
+bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (a[i] != b[i]) return false;
+  return true;
+}
+
 bool SerializeElements(DocumentWriter& writer, const void* object, const Type* type, SerializationContext* context) {
   const std::unique_ptr<ContainerReadInterface> elements = type->container_factory->MakeReadInterface(object);
   const uint32_t count = elements->GetSize();
@@ -174,12 +186,12 @@ bool SerializeClass(DocumentWriter& writer, const void* object, Type* type, Seri
 
 void DeserializeElements(DocumentReader& reader, void* object, const Type* type, DeserializationContext* context) {
   const std::unique_ptr<ContainerWriteInterface> elements = type->container_factory->MakeWriteInterface(object);
-  const int count = CountScopes(reader, "slot");
+  const int count = CountScopes(reader, std::string(kSlotName));
   if (!elements->Resize(uint32_t(count)) || count == 0 || !reader.EnterFirstChild()) return;
   // Foreign scopes between the slots are passed over, so the slots fill the elements densely.
   uint32_t index = 0;
   do {
-    if (reader.GetScopeName() != "slot") continue;
+    if (!SameName(reader.GetScopeName(), kSlotName)) continue;
     // A failed element stays as Resize made it.
     Deserialize(reader, elements->GetPointer(index), elements->element_type, context, "value");
     ++index;
@@ -213,7 +225,7 @@ bool DeserializeClass(DocumentReader& reader, void* object, Type* type, Deserial
   do {
     const std::string scope_name = reader.GetScopeName();
     FieldIterator found = expected;
-    if (found == type->fields.end() || found->first != scope_name) found = type->fields.find(scope_name);
+    if (found == type->fields.end() || !SameName(found->first, scope_name)) found = type->fields.find(scope_name);
     if (found != type->fields.end()) expected = next_scoped(std::next(found));
     if (const TypeField* field = found != type->fields.end() ? found->second.get() : nullptr) {
       if (!DeserializeField(reader, object, field, context, scope_name.c_str())) result = false;
