@@ -37,16 +37,20 @@ public:
 
   // Moves `cursor` forward from where it stands onto the next scope in `list`; false, with
   // `cursor` at the end, if none is left. Shared by the nodes and the reader's root.
-  static bool SkipToScope(std::span<const BinaryDocumentNode> list, uint32_t& cursor);
+  // Inline: the child walk takes it for every scope of a document.
+  static bool SkipToScope(std::span<const BinaryDocumentNode> list, uint32_t& cursor) {
+    while (cursor < list.size() && !list[cursor].IsScope()) ++cursor;
+    return cursor < list.size();
+  }
 
-  // Ordered for a small node: a document has one for each element.
+  // Ordered and sized for a small node (40 bytes): a document has one for each element.
   const uint8_t* value = nullptr;  // the payload after its length field, if it has one
   std::span<BinaryDocumentNode> children;  // for scopes, in file order
   uint32_t offset = 0;  // position of the element in the file
   uint32_t size = 0;    // byte count of the payload at `value`
-  uint32_t tag = 0;
   uint32_t cursor = 0;  // the child walk's position in `children`
   uint16_t name = 0;    // dictionary index
+  uint8_t tag = 0;
 };
 
 } // namespace tv

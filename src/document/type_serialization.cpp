@@ -1,7 +1,9 @@
 #include "document/type_serialization.h"
 
+#include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "document/document_scope.h"
 #include "reflection/type.h"
@@ -112,6 +114,17 @@ bool IsBasicStorage(const TypeField& field) {
   return storage != nullptr && storage->IsBasic();
 }
 
+constexpr std::string_view kSlotName = "slot";
+
+// Names are a few bytes long: compared inline they spare the walk a call to memcmp for each scope,
+// which std::string's comparison makes.
+bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (a[i] != b[i]) return false;
+  return true;
+}
+
 bool SerializeElements(DocumentWriter& writer, const void* object, const Type* type, SerializationContext* context) {
   const std::unique_ptr<ContainerReadInterface> elements = type->container_factory->MakeReadInterface(object);
   const uint32_t count = elements->GetSize();
@@ -173,12 +186,12 @@ bool SerializeClass(DocumentWriter& writer, const void* object, Type* type, Seri
 
 void DeserializeElements(DocumentReader& reader, void* object, const Type* type, DeserializationContext* context) {
   const std::unique_ptr<ContainerWriteInterface> elements = type->container_factory->MakeWriteInterface(object);
-  const int count = CountScopes(reader, "slot");
+  const int count = CountScopes(reader, std::string(kSlotName));
   if (!elements->Resize(uint32_t(count)) || count == 0 || !reader.EnterFirstChild()) return;
   // Foreign scopes between the slots are passed over, so the slots fill the elements densely.
   uint32_t index = 0;
   do {
-    if (reader.GetScopeName() != "slot") continue;
+    if (!SameName(reader.GetScopeName(), kSlotName)) continue;
     // A failed element stays as Resize made it.
     Deserialize(reader, elements->GetPointer(index), elements->element_type, context, "value");
     ++index;
@@ -201,9 +214,20 @@ bool DeserializeClass(DocumentReader& reader, void* object, Type* type, Deserial
       result = false;
   }
   if (!reader.EnterFirstChild()) return result;
+  // The writer puts the scoped fields in field order, so the next of them is tried before a lookup
+  // by name; a document in another order only costs the lookups.
+  using FieldIterator = decltype(type->fields)::const_iterator;
+  const auto next_scoped = [&](FieldIterator at) {
+    while (at != type->fields.end() && IsBasicStorage(*at->second)) ++at;
+    return at;
+  };
+  FieldIterator expected = next_scoped(type->fields.begin());
   do {
     const std::string scope_name = reader.GetScopeName();
-    if (const TypeField* field = type->FindField(scope_name)) {
+    FieldIterator found = expected;
+    if (found == type->fields.end() || !SameName(found->first, scope_name)) found = type->fields.find(scope_name);
+    if (found != type->fields.end()) expected = next_scoped(std::next(found));
+    if (const TypeField* field = found != type->fields.end() ? found->second.get() : nullptr) {
       if (!DeserializeField(reader, object, field, context, scope_name.c_str())) result = false;
     } else if (Type* base = FindBase(type, scope_name)) {
       if (!Deserialize(reader, type->CastToBase(object, base), base, context, "")) {

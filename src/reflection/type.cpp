@@ -11,19 +11,24 @@ bool IsSameType(const Type* a, const Type* b) {
   return a != nullptr && b != nullptr && a->GetNameHash() == b->GetNameHash();
 }
 
-Type::Type(TypeRegistry* owner, const std::string& type_name)
-    : registry(owner), name(type_name), native_name(type_name), name_hash_(TypeNameHash(type_name)) {}
+namespace {
 
-Type::~Type() = default;
-
-bool Type::IsBasic() const {
+bool IsBasicName(uint32_t name_hash) {
   static const uint32_t kBasicHashes[] = {
       TypeNameHash("Bool"),         TypeNameHash("Char"),          TypeNameHash("Short"),
       TypeNameHash("Int"),          TypeNameHash("UnsignedChar"),  TypeNameHash("UnsignedShort"),
       TypeNameHash("UnsignedInt"),  TypeNameHash("Float"),         TypeNameHash("String"),
   };
-  return std::find(std::begin(kBasicHashes), std::end(kBasicHashes), name_hash_) != std::end(kBasicHashes);
+  return std::find(std::begin(kBasicHashes), std::end(kBasicHashes), name_hash) != std::end(kBasicHashes);
 }
+
+} // namespace
+
+Type::Type(TypeRegistry* owner, const std::string& type_name)
+    : registry(owner), name(type_name), native_name(type_name), name_hash_(TypeNameHash(type_name)),
+      basic_(IsBasicName(name_hash_)) {}
+
+Type::~Type() = default;
 
 Type& Type::AddField(const std::string& field_name, TypeField* field, bool serialize) {
   field->type = registry->GetType(field->type_name);

@@ -39,8 +39,9 @@ public:
   uint32_t GetNameHash() const { return name_hash_; }
   bool IsEnum() const { return !enum_values.empty(); }
   // One of the nine value types of documents: Bool, Char, Short, Int, UnsignedChar, UnsignedShort,
-  // UnsignedInt, Float and String.
-  bool IsBasic() const;
+  // UnsignedInt, Float and String. Known from the name, so settled at construction: every walk of
+  // a document asks it for each value.
+  bool IsBasic() const { return basic_; }
 
   // Stores `field` (taking ownership) under `field_name`, replacing and deleting a field of that
   // name, and resolves its type by name. A field with `serialize` false is never written.
@@ -94,6 +95,7 @@ private:
   std::vector<TypeCaster*> CastersTo(const Type* base) const;
 
   uint32_t name_hash_;
+  bool basic_;
 };
 
 class Type::TypeCaster {
