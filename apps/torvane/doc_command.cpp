@@ -1,8 +1,5 @@
 #include "doc_command.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -17,6 +14,7 @@
 #include "document/document_writer.h"
 #include "file/filesystem.h"
 #include "foundation/globals.h"
+#include "output_file.h"
 
 namespace tv {
 namespace {
@@ -192,46 +190,6 @@ int RunCat(const std::string& path) {
   PrintTree(*reader);
   return std::fflush(stdout) == 0 ? 0 : Fail("cannot write the output");
 }
-
-// A file that appears whole or not at all: written under a temporary name in the folder of the
-// final one, then renamed over it.
-class OutputFile {
-public:
-  explicit OutputFile(std::string path) : path_(std::move(path)) {}
-  ~OutputFile() {
-    if (!temporary_.empty()) std::remove(temporary_.c_str());
-  }
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-
-  // Makes the temporary file; its name, for the writer to save to, is then `temporary()`.
-  bool Open() {
-    const size_t slash = path_.rfind('/');
-    const std::string folder = slash == std::string::npos ? std::string() : path_.substr(0, slash + 1);
-    const std::string name = slash == std::string::npos ? path_ : path_.substr(slash + 1);
-    std::string pattern = folder + "." + name + ".XXXXXX";
-    const int descriptor = mkstemp(pattern.data());
-    if (descriptor < 0) return false;
-    temporary_ = pattern;
-    // mkstemp makes a private file; the output gets the mode any new file would get.
-    const mode_t mask = umask(0);
-    umask(mask);
-    const bool moded = fchmod(descriptor, 0666 & ~mask) == 0;
-    return close(descriptor) == 0 && moded;
-  }
-
-  const std::string& temporary() const { return temporary_; }
-
-  bool Commit() {
-    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) return false;
-    temporary_.clear();
-    return true;
-  }
-
-private:
-  std::string path_;
-  std::string temporary_;
-};
 
 bool ParseFormat(const std::string& text, DocumentFormat& format) {
   if (text == "xml") format = DocumentFormatXML;

@@ -8,6 +8,7 @@
 #include "core_session.h"
 #include "foundation/globals.h"
 #include "foundation/string_utils.h"
+#include "output_file.h"
 #include "picture/picture.h"
 #include "picture/picture_codec.h"
 #include "picture/picture_io.h"
@@ -102,15 +103,10 @@ int RunConvert(int argc, char** argv, const HostOptions& host_options) {
     return Fail(std::string("cannot convert ") + GetPictureFormatName(picture.GetFormat()) + " pixels to " +
                 GetPictureFormatName(target));
 
-  // Written beside OUT and renamed at the end: OUT appears whole or not at all.
-  const std::string temporary = output + ".partial";
-  const bool saved = SavePicture(picture, temporary, kSaveCodec, parameters);
-  if (!saved || std::rename(temporary.c_str(), output.c_str()) != 0) {
-    const int failure = errno;
-    std::remove(temporary.c_str());
-    if (saved) return Fail("cannot write '" + output + "': " + std::strerror(failure));
+  OutputFile file(output);
+  if (!file.Open() || !SavePicture(picture, file.temporary(), kSaveCodec, parameters))
     return Fail("cannot write '" + output + "'");
-  }
+  if (!file.Commit()) return Fail("cannot write '" + output + "': " + std::strerror(errno));
   return 0;
 }
 
