@@ -30,8 +30,8 @@ std::string NameOf(const tv::BinaryDocumentReader& reader, const tv::BinaryDocum
 // Reads each element of the current scope in every kind through the interface, enters each child
 // scope, and writes what it read to `copy`.
 void Walk(tv::BinaryDocumentReader& reader, tv::BinaryDocumentWriter& copy) {
-  const std::span<tv::BinaryDocumentNode> children =
-      reader.scope_stack.empty() ? reader.root_children : reader.scope_stack.back()->children;
+  // A copy: the reads below move the scope's read position, never its nodes.
+  const std::span<const tv::BinaryDocumentNode> children = reader.GetCurrentChildren();
   for (const tv::BinaryDocumentNode& node : children) {
     const std::string name = NameOf(reader, node);
     std::string text;

@@ -7,7 +7,6 @@
 // and the tag's payload; a scope's payload is a 32-bit length followed by its child elements.
 
 #include <cstdint>
-#include <span>
 
 namespace tv {
 
@@ -29,28 +28,25 @@ enum BinaryDocumentTag : uint8_t {
   BinaryTagBinary = 6,    // unsigned 32-bit length, then that many bytes
 };
 
-// Made for every element when the file is loaded; `value` points into the reader's file image and
-// `children` into the reader's array of nodes, both of which outlive the nodes.
+// Made for every element when the file is loaded, in the reader's one array of nodes. A node is
+// 20 bytes of indices rather than pointers: a document has one for each element, and the load
+// writes them all, so their size is most of its cost.
 class BinaryDocumentNode {
 public:
   bool IsScope() const { return tag == BinaryTagScope; }
-
-  // Moves `cursor` forward from where it stands onto the next scope in `list`; false, with
-  // `cursor` at the end, if none is left. Shared by the nodes and the reader's root.
-  // Inline: the child walk takes it for every scope of a document.
-  static bool SkipToScope(std::span<const BinaryDocumentNode> list, uint32_t& cursor) {
-    while (cursor < list.size() && !list[cursor].IsScope()) ++cursor;
-    return cursor < list.size();
+  // Bytes from the element's start to its payload: the head, and the length field if it has one.
+  uint32_t ValueOffset() const {
+    return offset + kBinaryElementHeadSize + (tag == BinaryTagScope || tag == BinaryTagBinary ? 4 : 0);
   }
 
-  // Ordered and sized for a small node (40 bytes): a document has one for each element.
-  const uint8_t* value = nullptr;  // the payload after its length field, if it has one
-  std::span<BinaryDocumentNode> children;  // for scopes, in file order
-  uint32_t offset = 0;  // position of the element in the file
-  uint32_t size = 0;    // byte count of the payload at `value`
-  uint32_t cursor = 0;  // the child walk's position in `children`
-  uint16_t name = 0;    // dictionary index
+  uint32_t offset = 0;       // position of the element in the file image
+  uint32_t size = 0;         // byte count of the payload
+  uint32_t first_child = 0;  // for scopes: index of the first child in the reader's nodes
+  uint32_t child_count = 0;  // for scopes: the children lie side by side, in file order
+  uint16_t name = 0;         // dictionary index
   uint8_t tag = 0;
+  // No earlier sibling has this name: the node that a read by this name finds.
+  bool first_of_name = false;
 };
 
 } // namespace tv

@@ -41,8 +41,9 @@ void BinaryDocumentReader::Clear() {
   text_table_.clear();
   compare_texts_ = false;
   name_cache_.fill(NameCacheEntry{});
-  root_cursor = 0;
-  root_children = {};
+  name_seen_in_.clear();
+  sibling_lists_ = 0;
+  root = OpenScope{};
   nodes.clear();
   scope_stack.clear();
 }
@@ -71,15 +72,17 @@ bool BinaryDocumentReader::Parse() {
   if (image.back() != 0) return false;
 
   strings.push_back(image.data() + dictionary_start);
-  for (size_t at = size_t(dictionary_start); at < image.size(); ++at) {
-    if (image[at] != 0) continue;
+  const uint8_t* const image_end = image.data() + image.size();
+  for (const uint8_t* at = image.data() + dictionary_start; at < image_end; ++at) {
+    at = static_cast<const uint8_t*>(std::memchr(at, 0, size_t(image_end - at)));
+    if (at == nullptr) break;
     // The byte 0 that ends entry 65534 would give an index that the writer never hands out.
     if (strings.size() == kBinaryDictionaryLimit) {
       error("String dictionary too large to load");
       Clear();
       return false;
     }
-    strings.push_back(image.data() + at + 1);
+    strings.push_back(at + 1);
   }
 
   if (!ParseBody(kBinaryDocumentHeadSize, uint32_t(dictionary_start))) {
@@ -138,7 +141,9 @@ int32_t BinaryDocumentReader::FindText(const char* name) const {
 int32_t BinaryDocumentReader::FindTextCached(const char* name) {
   // Names mostly come from the same few strings of the caller (a type's field names), so the
   // last index found for a pointer is tried first; it counts only if its entry holds the text.
-  NameCacheEntry& entry = name_cache_[(reinterpret_cast<uintptr_t>(name) >> 3) % kNameCacheSize];
+  // Literals lie a few bytes apart, so the address is mixed before it picks a slot.
+  const uint64_t mixed = uint64_t(reinterpret_cast<uintptr_t>(name)) * 0x9e3779b97f4a7c15ull;
+  NameCacheEntry& entry = name_cache_[size_t(mixed >> 56)];
   if (entry.name == name) {
     const uint8_t* text = strings[entry.index];
     const uint8_t* bytes = reinterpret_cast<const uint8_t*>(name);
@@ -151,45 +156,13 @@ int32_t BinaryDocumentReader::FindTextCached(const char* name) {
   return index;
 }
 
-namespace {
-
-// The element heads of [begin, end) and of every scope inside it, in file order: the scopes are
-// entered, not skipped. For a body that parses, exactly its count of elements.
-size_t CountHeads(const std::vector<uint8_t>& image, uint32_t begin, uint32_t end) {
-  size_t count = 0;
-  uint32_t at = begin;
-  while (end - at >= kBinaryElementHeadSize) {
-    const uint8_t tag = image[at + 2];
-    at += kBinaryElementHeadSize;
-    ++count;
-    uint64_t size = 0;
-    switch (tag) {
-    case BinaryTagScope: size = 4; break;  // its children are counted next
-    case BinaryTagBinary:
-      if (end - at < 4) return count;
-      size = 4 + uint64_t(GetU32(image.data() + at));
-      break;
-    case BinaryTagBool: size = 1; break;
-    case BinaryTagInt:
-    case BinaryTagUnsigned:
-    case BinaryTagFloat: size = 4; break;
-    case BinaryTagString: size = 2; break;
-    default: break;
-    }
-    if (size > end - at) return count;
-    at += uint32_t(size);
-  }
-  return count;
-}
-
-} // namespace
-
 bool BinaryDocumentReader::ParseBody(uint32_t begin, uint32_t end) {
-  // Reserved once, so that the spans into `nodes` stay valid; a body whose parse would need more
-  // nodes than it has heads is malformed.
-  nodes.reserve(CountHeads(image, begin, end));
+  // Every element takes 3 bytes or more, which bounds the count of nodes: reserved at once, the
+  // array never moves while it fills, and the pages it never reaches are never touched.
+  nodes.reserve((end - begin) / kBinaryElementHeadSize);
+  name_seen_in_.assign(strings.size() - 1, 0);
   if (!ParseChildren(begin, end)) return false;
-  root_children = std::span<BinaryDocumentNode>(nodes.data(), nodes.size());
+  root.child_count = uint32_t(nodes.size());
   // Breadth first, with `nodes` as its own queue: the children of each scope are appended side by
   // side, and `level_end` marks where the scopes of the next depth begin.
   uint32_t depth = 1;
@@ -201,15 +174,17 @@ bool BinaryDocumentReader::ParseBody(uint32_t begin, uint32_t end) {
     }
     if (!nodes[index].IsScope()) continue;
     if (depth > kMaxScopeDepth) return false;
-    const size_t first = nodes.size();
-    const uint32_t children_begin = uint32_t(nodes[index].value - image.data());
+    const uint32_t first = uint32_t(nodes.size());
+    const uint32_t children_begin = nodes[index].ValueOffset();
     if (!ParseChildren(children_begin, children_begin + nodes[index].size)) return false;
-    nodes[index].children = std::span<BinaryDocumentNode>(nodes.data() + first, nodes.size() - first);
+    nodes[index].first_child = first;
+    nodes[index].child_count = uint32_t(nodes.size()) - first;
   }
   return true;
 }
 
 bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end) {
+  ++sibling_lists_;
   position = begin;
   while (position < end)
     if (!ParseElement(end)) return false;
@@ -219,42 +194,43 @@ bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end) {
 bool BinaryDocumentReader::ParseElement(uint32_t end) {
   // Entries of `strings` that start a text: all but the one past the last.
   const size_t text_count = strings.size() - 1;
-  if (end - position < kBinaryElementHeadSize || nodes.size() == nodes.capacity()) return false;
-  BinaryDocumentNode node;
-  node.offset = position;
-  node.name = GetU16(image.data() + position);
-  node.tag = image[position + 2];
+  if (end - position < kBinaryElementHeadSize) return false;
+  const uint16_t name = GetU16(image.data() + position);
+  const uint8_t tag = image[position + 2];
+  if (name >= text_count) return false;
+  const uint32_t offset = position;
   position += kBinaryElementHeadSize;
-  if (node.name >= text_count) return false;
 
-  switch (node.tag) {
+  uint32_t size = 0;  // unknown tags: skipped as a bare head
+  switch (tag) {
   case BinaryTagScope:
   case BinaryTagBinary:
     if (end - position < 4) return false;
-    node.size = GetU32(image.data() + position);
+    size = GetU32(image.data() + position);
     position += 4;
     break;
-  case BinaryTagBool: node.size = 1; break;
+  case BinaryTagBool: size = 1; break;
   case BinaryTagInt:
   case BinaryTagUnsigned:
-  case BinaryTagFloat: node.size = 4; break;
-  case BinaryTagString: node.size = 2; break;
-  default: node.size = 0; break;  // unknown: skipped as a bare head
+  case BinaryTagFloat: size = 4; break;
+  case BinaryTagString: size = 2; break;
+  default: break;
   }
-  if (node.size > end - position) return false;
-  if (node.tag == BinaryTagString && GetU16(image.data() + position) >= text_count) return false;
-  node.value = image.data() + position;
-  position += node.size;
-  nodes.push_back(node);
+  if (size > end - position) return false;
+  if (tag == BinaryTagString && GetU16(image.data() + position) >= text_count) return false;
+  position += size;
+  uint32_t& seen = name_seen_in_[name];
+  const bool first_of_name = seen != sibling_lists_;
+  seen = sibling_lists_;
+  // Filled in place, field by field: a node built aside and copied in costs the load a stall on
+  // every element.
+  BinaryDocumentNode& node = nodes.emplace_back();
+  node.offset = offset;
+  node.size = size;
+  node.name = name;
+  node.tag = tag;
+  node.first_of_name = first_of_name;
   return true;
-}
-
-std::span<BinaryDocumentNode> BinaryDocumentReader::CurrentChildren() {
-  return scope_stack.empty() ? root_children : scope_stack.back()->children;
-}
-
-uint32_t& BinaryDocumentReader::CurrentCursor() {
-  return scope_stack.empty() ? root_cursor : scope_stack.back()->cursor;
 }
 
 size_t BinaryDocumentReader::EntryLength(uint32_t index) const {
@@ -269,27 +245,31 @@ const char* BinaryDocumentReader::Text(uint32_t index, size_t& length) const {
 std::string BinaryDocumentReader::GetScopeName() {
   if (scope_stack.empty()) return "root";
   size_t length;
-  const char* text = Text(scope_stack.back()->name, length);
+  const char* text = Text(scope_stack.back().name, length);
   return std::string(text, length);
 }
 
-bool BinaryDocumentReader::EnterFirstChild() {
-  const std::span<BinaryDocumentNode> children = CurrentChildren();
-  uint32_t& cursor = CurrentCursor();
-  cursor = 0;
-  if (!BinaryDocumentNode::SkipToScope(children, cursor)) return false;
-  scope_stack.push_back(&children[cursor]);
+bool BinaryDocumentReader::EnterScopeFromCursor(OpenScope& scope) {
+  const BinaryDocumentNode* children = nodes.data() + scope.first_child;
+  while (scope.cursor < scope.child_count && !children[scope.cursor].IsScope()) ++scope.cursor;
+  if (scope.cursor == scope.child_count) return false;
+  const BinaryDocumentNode& node = children[scope.cursor];
+  // `scope` may lie in the stack that grows here.
+  scope_stack.push_back(OpenScope{node.first_child, node.child_count, 0, 0, node.name});
   return true;
+}
+
+bool BinaryDocumentReader::EnterFirstChild() {
+  OpenScope& scope = Current();
+  scope.cursor = 0;
+  return EnterScopeFromCursor(scope);
 }
 
 bool BinaryDocumentReader::EnterNextSibling() {
   if (!ExitScope()) return false;
-  const std::span<BinaryDocumentNode> children = CurrentChildren();
-  uint32_t& cursor = CurrentCursor();
-  ++cursor;
-  if (!BinaryDocumentNode::SkipToScope(children, cursor)) return false;
-  scope_stack.push_back(&children[cursor]);
-  return true;
+  OpenScope& scope = Current();
+  if (scope.cursor < scope.child_count) ++scope.cursor;
+  return EnterScopeFromCursor(scope);
 }
 
 bool BinaryDocumentReader::ExitScope() {
@@ -300,21 +280,28 @@ bool BinaryDocumentReader::ExitScope() {
 
 const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint32_t tag) {
   if (name == nullptr) name = "";
+  OpenScope& scope = Current();
+  const BinaryDocumentNode* children = nodes.data() + scope.first_child;
+  // Only the first element of a name counts, whatever its kind.
+  const auto found = [&](uint32_t at) -> const BinaryDocumentNode* {
+    scope.hint = at + 1;
+    return children[at].tag == tag ? &children[at] : nullptr;
+  };
   if (!compare_texts_) {
     // Before a load the table is empty, and so is the document.
     if (text_table_.empty()) return nullptr;
     const int32_t index = FindTextCached(name);
     if (index < 0) return nullptr;
-    for (const BinaryDocumentNode& node : CurrentChildren()) {
-      if (node.name == index) return node.tag == tag ? &node : nullptr;
-    }
+    // One element of each name is marked the first, so starting at the hint finds the same one.
+    for (uint32_t at = scope.hint; at < scope.child_count; ++at)
+      if (children[at].name == index && children[at].first_of_name) return found(at);
+    for (uint32_t at = 0; at < scope.hint && at < scope.child_count; ++at)
+      if (children[at].name == index && children[at].first_of_name) return found(at);
     return nullptr;
   }
-  for (const BinaryDocumentNode& node : CurrentChildren()) {
+  for (uint32_t at = 0; at < scope.child_count; ++at) {
     // Every entry ends with a byte 0 inside the image, so the comparison stays within it.
-    if (std::strcmp(reinterpret_cast<const char*>(strings[node.name]), name) != 0) continue;
-    // Only the first element of a name counts, whatever its kind.
-    return node.tag == tag ? &node : nullptr;
+    if (std::strcmp(reinterpret_cast<const char*>(strings[children[at].name]), name) == 0) return found(at);
   }
   return nullptr;
 }
@@ -322,7 +309,7 @@ const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint
 bool BinaryDocumentReader::Read(const char* name, BinaryData& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagBinary);
   if (node == nullptr) return false;
-  out.Write(node->value, node->size);
+  out.Write(Value(*node), node->size);
   out.cursor = 0;
   return true;
 }
@@ -331,7 +318,7 @@ bool BinaryDocumentReader::Read(const char* name, std::string& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagString);
   if (node == nullptr) return false;
   size_t length;
-  const char* text = Text(GetU16(node->value), length);
+  const char* text = Text(GetU16(Value(*node)), length);
   out.assign(text, length);
   return true;
 }
@@ -339,28 +326,28 @@ bool BinaryDocumentReader::Read(const char* name, std::string& out) {
 bool BinaryDocumentReader::Read(const char* name, float& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagFloat);
   if (node == nullptr) return false;
-  std::memcpy(&out, node->value, 4);
+  std::memcpy(&out, Value(*node), 4);
   return true;
 }
 
 bool BinaryDocumentReader::Read(const char* name, unsigned int& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagUnsigned);
   if (node == nullptr) return false;
-  out = GetU32(node->value);
+  out = GetU32(Value(*node));
   return true;
 }
 
 bool BinaryDocumentReader::Read(const char* name, int& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagInt);
   if (node == nullptr) return false;
-  out = int(GetU32(node->value));
+  out = int(GetU32(Value(*node)));
   return true;
 }
 
 bool BinaryDocumentReader::Read(const char* name, bool& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagBool);
   if (node == nullptr) return false;
-  out = node->value[0] != 0;
+  out = Value(*node)[0] != 0;
   return true;
 }
 
@@ -368,7 +355,7 @@ bool BinaryDocumentReader::IsBinary() { return true; }
 
 bool BinaryDocumentReader::ListValues(std::vector<DocumentValueInfo>& out) {
   out.clear();
-  for (const BinaryDocumentNode& node : CurrentChildren()) {
+  for (const BinaryDocumentNode& node : Children(Current())) {
     if (node.IsScope()) continue;
     DocumentValueKind kind = DocumentValueOther;
     switch (node.tag) {

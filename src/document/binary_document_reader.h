@@ -1,7 +1,9 @@
 #pragma once
 // Reads the binary form of a document. Load reads the whole file image once, indexes its
 // dictionary and builds a node for every element, all in one array; the reads then only copy
-// values out of the image, which the reader keeps while it lives.
+// values out of the image, which the reader keeps while it lives. A read by name looks first where
+// the last read of its scope stopped, so reads in the order of the file each find their value at
+// once; the node found is always the first of its name, as if searched from the start.
 //
 // Any file is taken as hostile. Load refuses, answering false with nothing loaded, a file that:
 // is shorter than its 8-byte head; lacks the magic; has a body size that runs past its end; does
@@ -54,14 +56,26 @@ public:
   bool Load(const std::string& path) override;
   // From the `size` bytes of a buffer (its cursor has no effect).
   bool Load(const BinaryData& data);
+  // The elements of the current scope (the root's at the root), in file order.
+  std::span<const BinaryDocumentNode> GetCurrentChildren() const {
+    return Children(scope_stack.empty() ? root : scope_stack.back());
+  }
 
   std::vector<uint8_t> image;
   uint32_t position = 0;
   // Start of each dictionary entry in `image`, and one more entry just past the last.
   std::vector<const uint8_t*> strings;
-  uint32_t root_cursor = 0;  // the child walk's position in `root_children`
-  std::span<BinaryDocumentNode> root_children;  // the first nodes of `nodes`
-  std::vector<BinaryDocumentNode*> scope_stack;
+  // An entered scope: its children in `nodes`, its name, the child walk's position, and the
+  // position after the value that the last read found, where the next read starts looking.
+  struct OpenScope {
+    uint32_t first_child = 0;
+    uint32_t child_count = 0;
+    uint32_t cursor = 0;
+    uint32_t hint = 0;
+    uint16_t name = 0;
+  };
+  OpenScope root;  // its children are the first nodes of `nodes`
+  std::vector<OpenScope> scope_stack;
   // Every node of the document, the children of each scope side by side: one allocation for a
   // load, however many scopes it has.
   std::vector<BinaryDocumentNode> nodes;
@@ -71,15 +85,21 @@ private:
   bool Parse();
   // Parses the body [begin, end) into `nodes`; false for a malformed element or too deep a scope.
   bool ParseBody(uint32_t begin, uint32_t end);
-  // Appends the elements of [begin, end) to `nodes`; false for a malformed element.
+  // Appends the elements of [begin, end) to `nodes` and marks the first of each name among them;
+  // false for a malformed element.
   bool ParseChildren(uint32_t begin, uint32_t end);
   // Appends the element at `position`, which lies below `end`.
   bool ParseElement(uint32_t end);
-  // The children and walk position of the current scope (the root's at the root).
-  std::span<BinaryDocumentNode> CurrentChildren();
-  uint32_t& CurrentCursor();
+  // The current scope (the root at the root), and its children.
+  OpenScope& Current() { return scope_stack.empty() ? root : scope_stack.back(); }
+  std::span<const BinaryDocumentNode> Children(const OpenScope& scope) const {
+    return {nodes.data() + scope.first_child, scope.child_count};
+  }
+  // Moves the cursor of `scope` from where it stands onto the next scope and enters it.
+  bool EnterScopeFromCursor(OpenScope& scope);
   // The first element named `name` in the current scope, if it has `tag`; else null.
   const BinaryDocumentNode* FindValue(const char* name, uint32_t tag);
+  const uint8_t* Value(const BinaryDocumentNode& node) const { return image.data() + node.ValueOffset(); }
   // The text of dictionary entry `index` (checked at load) and its length.
   const char* Text(uint32_t index, size_t& length) const;
   size_t EntryLength(uint32_t index) const;
@@ -103,9 +123,13 @@ private:
     const char* name = nullptr;  // the caller's pointer, compared by address
     uint32_t index = 0;
   };
-  static constexpr size_t kNameCacheSize = 64;
+  static constexpr size_t kNameCacheSize = 256;  // the top 8 bits of a mixed address
   std::array<NameCacheEntry, kNameCacheSize> name_cache_{};
   bool compare_texts_ = false;
+  // For each dictionary entry, the last sibling list (numbered from 1) that used it as a name:
+  // finds the first element of each name while the load goes, in one pass.
+  std::vector<uint32_t> name_seen_in_;
+  uint32_t sibling_lists_ = 0;
 };
 
 } // namespace tv

@@ -1,6 +1,5 @@
 #include "document/type_serialization.h"
 
-#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -208,26 +207,34 @@ Type* FindBase(const Type* type, const std::string& base_name) {
 // failed base ends the walk at once: `abandoned` is then set and the base's scope stays current.
 bool DeserializeClass(DocumentReader& reader, void* object, Type* type, DeserializationContext* context,
                       bool& abandoned) {
+  // The scoped fields in field order, noted while the basic ones are read: the writer puts their
+  // scopes in that order, so the next of them is tried before a lookup by name, and a document in
+  // another order only costs the lookups. Types with more scoped fields look the rest up.
+  using FieldEntry = decltype(type->fields)::value_type;
+  constexpr size_t kNotedFields = 32;
+  const FieldEntry* scoped[kNotedFields];
+  size_t scoped_count = 0;
   bool result = true;
-  for (const auto& [field_name, field] : type->fields) {
-    if (IsBasicStorage(*field) && !DeserializeField(reader, object, field.get(), context, field_name.c_str()))
+  for (const FieldEntry& entry : type->fields) {
+    if (!IsBasicStorage(*entry.second)) {
+      if (scoped_count < kNotedFields) scoped[scoped_count++] = &entry;
+    } else if (!DeserializeField(reader, object, entry.second.get(), context, entry.first.c_str())) {
       result = false;
+    }
   }
   if (!reader.EnterFirstChild()) return result;
-  // The writer puts the scoped fields in field order, so the next of them is tried before a lookup
-  // by name; a document in another order only costs the lookups.
-  using FieldIterator = decltype(type->fields)::const_iterator;
-  const auto next_scoped = [&](FieldIterator at) {
-    while (at != type->fields.end() && IsBasicStorage(*at->second)) ++at;
-    return at;
-  };
-  FieldIterator expected = next_scoped(type->fields.begin());
+  size_t expected = 0;
   do {
     const std::string scope_name = reader.GetScopeName();
-    FieldIterator found = expected;
-    if (found == type->fields.end() || !SameName(found->first, scope_name)) found = type->fields.find(scope_name);
-    if (found != type->fields.end()) expected = next_scoped(std::next(found));
-    if (const TypeField* field = found != type->fields.end() ? found->second.get() : nullptr) {
+    const TypeField* field = nullptr;
+    if (expected < scoped_count && SameName(scoped[expected]->first, scope_name)) {
+      field = scoped[expected++]->second.get();
+    } else if (const auto found = type->fields.find(scope_name); found != type->fields.end()) {
+      field = found->second.get();
+      for (size_t at = 0; at < scoped_count; ++at)
+        if (scoped[at] == &*found) expected = at + 1;
+    }
+    if (field != nullptr) {
       if (!DeserializeField(reader, object, field, context, scope_name.c_str())) result = false;
     } else if (Type* base = FindBase(type, scope_name)) {
       if (!Deserialize(reader, type->CastToBase(object, base), base, context, "")) {

@@ -49,7 +49,7 @@ void PutU32(Bytes& image, size_t at, uint32_t value) {
 void ExpectRefused(const Bytes& image) {
   tv::BinaryDocumentReader reader;
   EXPECT_FALSE(LoadBytes(reader, image));
-  EXPECT_TRUE(reader.root_children.empty());
+  EXPECT_TRUE(reader.GetCurrentChildren().empty());
   EXPECT_EQ(reader.GetScopeName(), "root");
   EXPECT_FALSE(reader.EnterFirstChild());
   bool flag = false;

@@ -40,8 +40,7 @@ inline Bytes FromHex(std::initializer_list<int> values) {
 // returns a count of the successful reads and visited scopes, so that the work cannot be skipped.
 inline size_t ReadEverything(tv::BinaryDocumentReader& reader) {
   size_t count = 0;
-  const std::span<tv::BinaryDocumentNode> children =
-      reader.scope_stack.empty() ? reader.root_children : reader.scope_stack.back()->children;
+  const std::span<const tv::BinaryDocumentNode> children = reader.GetCurrentChildren();
   for (const tv::BinaryDocumentNode& node : children) {
     const std::string name(reinterpret_cast<const char*>(reader.strings[node.name]));
     std::string text;

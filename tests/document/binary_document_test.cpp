@@ -566,7 +566,7 @@ TEST_F(BinaryDocumentTest, FullDictionaryIsWrittenButRefusedOnLoad) {
   tv::BinaryDocumentReader reader;
   EXPECT_FALSE(LoadBytes(reader, image));
   EXPECT_EQ(tv_test::TakeLog(), (std::vector<LogLine>{{"error", "String dictionary too large to load"}}));
-  EXPECT_TRUE(reader.root_children.empty());
+  EXPECT_TRUE(reader.GetCurrentChildren().empty());
 }
 
 TEST_F(BinaryDocumentTest, OneTextFewerLoads) {
@@ -575,7 +575,7 @@ TEST_F(BinaryDocumentTest, OneTextFewerLoads) {
   tv::BinaryDocumentReader reader;
   ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
   EXPECT_EQ(reader.strings.size(), 65535u);
-  EXPECT_EQ(reader.root_children.size(), 65533u);
+  EXPECT_EQ(reader.GetCurrentChildren().size(), 65533u);
   std::string first;
   ASSERT_TRUE(reader.Read("k", first));
   EXPECT_EQ(first, "0");

@@ -82,7 +82,7 @@ protected:
     tv::BinaryDocumentReader reader;
     EXPECT_TRUE(LoadBytes(reader, image));
     std::vector<std::string> names;
-    for (const tv::BinaryDocumentNode& node : reader.root_children)
+    for (const tv::BinaryDocumentNode& node : reader.GetCurrentChildren())
       names.emplace_back(reinterpret_cast<const char*>(reader.strings[node.name]));
     return names;
   }
@@ -128,7 +128,7 @@ TEST_F(SerializeTest, BaseWithAllDefaultsLeavesNoScope) {
   tv::BinaryDocumentReader reader;
   ASSERT_TRUE(LoadBytes(reader, image));
   ASSERT_TRUE(tv::EnterScope(reader, "Part"));
-  ASSERT_EQ(reader.scope_stack.back()->children.size(), 1u);  // only "Weight"
+  ASSERT_EQ(reader.GetCurrentChildren().size(), 1u);  // only "Weight"
   int weight = 0;
   EXPECT_TRUE(reader.Read("Weight", weight));
 
