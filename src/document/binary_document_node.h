@@ -29,8 +29,9 @@ enum BinaryDocumentTag : uint8_t {
 };
 
 // Made for every element when the file is loaded, in the reader's one array of nodes. A node is
-// 20 bytes of indices rather than pointers: a document has one for each element, and the load
-// writes them all, so their size is most of its cost.
+// 16 bytes of indices rather than pointers, and keeps no payload size, which the tag or the
+// length field in the image gives: a document has a node for each element and the load writes
+// them all, so their size is most of its cost.
 class BinaryDocumentNode {
 public:
   bool IsScope() const { return tag == BinaryTagScope; }
@@ -40,7 +41,6 @@ public:
   }
 
   uint32_t offset = 0;       // position of the element in the file image
-  uint32_t size = 0;         // byte count of the payload
   uint32_t first_child = 0;  // for scopes: index of the first child in the reader's nodes
   uint32_t child_count = 0;  // for scopes: the children lie side by side, in file order
   uint16_t name = 0;         // dictionary index

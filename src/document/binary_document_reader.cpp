@@ -46,6 +46,7 @@ void BinaryDocumentReader::Clear() {
   root = OpenScope{};
   nodes.clear();
   scope_stack.clear();
+  walk_cache.reset();
 }
 
 bool BinaryDocumentReader::Load(const std::string& path) {
@@ -157,80 +158,101 @@ int32_t BinaryDocumentReader::FindTextCached(const char* name) {
 }
 
 bool BinaryDocumentReader::ParseBody(uint32_t begin, uint32_t end) {
-  // Every element takes 3 bytes or more, which bounds the count of nodes: reserved at once, the
-  // array never moves while it fills, and the pages it never reaches are never touched.
-  nodes.reserve((end - begin) / kBinaryElementHeadSize);
+  // Nodes refer to each other by index, so the array may grow as it fills. Documents average
+  // about 7 bytes an element; reserving for 6 spares most of the growth without touching memory
+  // that a bound of 3 bytes an element would reserve and never use.
+  nodes.reserve((end - begin) / 6);
   name_seen_in_.assign(strings.size() - 1, 0);
-  if (!ParseChildren(begin, end)) return false;
+  // Breadth first: the children of each scope are appended side by side, one scope after another
+  // in the order the scopes were found, and `level_end` marks where those of the next depth begin.
+  std::vector<uint32_t> scopes;
+  if (!ParseChildren(begin, end, scopes)) return false;
   root.child_count = uint32_t(nodes.size());
-  // Breadth first, with `nodes` as its own queue: the children of each scope are appended side by
-  // side, and `level_end` marks where the scopes of the next depth begin.
   uint32_t depth = 1;
-  size_t level_end = nodes.size();
-  for (size_t index = 0; index < nodes.size(); ++index) {
-    if (index == level_end) {
+  size_t level_end = scopes.size();
+  for (size_t at = 0; at < scopes.size(); ++at) {
+    if (at == level_end) {
       ++depth;
-      level_end = nodes.size();
+      level_end = scopes.size();
     }
-    if (!nodes[index].IsScope()) continue;
     if (depth > kMaxScopeDepth) return false;
+    const uint32_t index = scopes[at];
     const uint32_t first = uint32_t(nodes.size());
     const uint32_t children_begin = nodes[index].ValueOffset();
-    if (!ParseChildren(children_begin, children_begin + nodes[index].size)) return false;
+    if (!ParseChildren(children_begin, children_begin + GetValueSize(nodes[index]), scopes)) return false;
     nodes[index].first_child = first;
     nodes[index].child_count = uint32_t(nodes.size()) - first;
   }
   return true;
 }
 
-bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end) {
+bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end, std::vector<uint32_t>& scopes) {
   ++sibling_lists_;
-  position = begin;
-  while (position < end)
-    if (!ParseElement(end)) return false;
-  return true;
+  // Locals rather than members in the loop: the image is bytes, which may alias anything, so a
+  // member would be stored and loaded again around every write of a node.
+  const uint8_t* const data = image.data();
+  const uint32_t text_count = uint32_t(strings.size() - 1);  // entries that start a text
+  uint32_t* const seen_in = name_seen_in_.data();
+  const uint32_t list = sibling_lists_;
+  uint32_t at = begin;
+  bool parsed = true;
+  while (at < end) {
+    if (end - at < kBinaryElementHeadSize) {
+      parsed = false;
+      break;
+    }
+    const uint16_t name = GetU16(data + at);
+    const uint8_t tag = data[at + 2];
+    const uint32_t offset = at;
+    at += kBinaryElementHeadSize;
+    uint32_t size = 0;  // unknown tags: skipped as a bare head
+    switch (tag) {
+    case BinaryTagScope:
+    case BinaryTagBinary:
+      if (end - at < 4) {
+        parsed = false;
+        break;
+      }
+      size = GetU32(data + at);
+      at += 4;
+      break;
+    case BinaryTagBool: size = 1; break;
+    case BinaryTagInt:
+    case BinaryTagUnsigned:
+    case BinaryTagFloat: size = 4; break;
+    case BinaryTagString: size = 2; break;
+    default: break;
+    }
+    if (!parsed || name >= text_count || size > end - at ||
+        (tag == BinaryTagString && GetU16(data + at) >= text_count)) {
+      parsed = false;
+      break;
+    }
+    at += size;
+    const bool first_of_name = seen_in[name] != list;
+    seen_in[name] = list;
+    if (tag == BinaryTagScope) scopes.push_back(uint32_t(nodes.size()));
+    BinaryDocumentNode& node = nodes.emplace_back();
+    node.offset = offset;
+    node.name = name;
+    node.tag = tag;
+    node.first_of_name = first_of_name;
+  }
+  position = at;
+  return parsed;
 }
 
-bool BinaryDocumentReader::ParseElement(uint32_t end) {
-  // Entries of `strings` that start a text: all but the one past the last.
-  const size_t text_count = strings.size() - 1;
-  if (end - position < kBinaryElementHeadSize) return false;
-  const uint16_t name = GetU16(image.data() + position);
-  const uint8_t tag = image[position + 2];
-  if (name >= text_count) return false;
-  const uint32_t offset = position;
-  position += kBinaryElementHeadSize;
-
-  uint32_t size = 0;  // unknown tags: skipped as a bare head
-  switch (tag) {
+uint32_t BinaryDocumentReader::GetValueSize(const BinaryDocumentNode& node) const {
+  switch (node.tag) {
   case BinaryTagScope:
-  case BinaryTagBinary:
-    if (end - position < 4) return false;
-    size = GetU32(image.data() + position);
-    position += 4;
-    break;
-  case BinaryTagBool: size = 1; break;
+  case BinaryTagBinary: return GetU32(image.data() + node.offset + kBinaryElementHeadSize);
+  case BinaryTagBool: return 1;
   case BinaryTagInt:
   case BinaryTagUnsigned:
-  case BinaryTagFloat: size = 4; break;
-  case BinaryTagString: size = 2; break;
-  default: break;
+  case BinaryTagFloat: return 4;
+  case BinaryTagString: return 2;
+  default: return 0;
   }
-  if (size > end - position) return false;
-  if (tag == BinaryTagString && GetU16(image.data() + position) >= text_count) return false;
-  position += size;
-  uint32_t& seen = name_seen_in_[name];
-  const bool first_of_name = seen != sibling_lists_;
-  seen = sibling_lists_;
-  // Filled in place, field by field: a node built aside and copied in costs the load a stall on
-  // every element.
-  BinaryDocumentNode& node = nodes.emplace_back();
-  node.offset = offset;
-  node.size = size;
-  node.name = name;
-  node.tag = tag;
-  node.first_of_name = first_of_name;
-  return true;
 }
 
 size_t BinaryDocumentReader::EntryLength(uint32_t index) const {
@@ -280,28 +302,17 @@ bool BinaryDocumentReader::ExitScope() {
 
 const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint32_t tag) {
   if (name == nullptr) name = "";
-  OpenScope& scope = Current();
-  const BinaryDocumentNode* children = nodes.data() + scope.first_child;
-  // Only the first element of a name counts, whatever its kind.
-  const auto found = [&](uint32_t at) -> const BinaryDocumentNode* {
-    scope.hint = at + 1;
-    return children[at].tag == tag ? &children[at] : nullptr;
-  };
   if (!compare_texts_) {
     // Before a load the table is empty, and so is the document.
     if (text_table_.empty()) return nullptr;
     const int32_t index = FindTextCached(name);
-    if (index < 0) return nullptr;
-    // One element of each name is marked the first, so starting at the hint finds the same one.
-    for (uint32_t at = scope.hint; at < scope.child_count; ++at)
-      if (children[at].name == index && children[at].first_of_name) return found(at);
-    for (uint32_t at = 0; at < scope.hint && at < scope.child_count; ++at)
-      if (children[at].name == index && children[at].first_of_name) return found(at);
-    return nullptr;
+    return index < 0 ? nullptr : FindValue(index, tag);
   }
+  OpenScope& scope = Current();
   for (uint32_t at = 0; at < scope.child_count; ++at) {
     // Every entry ends with a byte 0 inside the image, so the comparison stays within it.
-    if (std::strcmp(reinterpret_cast<const char*>(strings[children[at].name]), name) == 0) return found(at);
+    const uint16_t text = nodes[scope.first_child + at].name;
+    if (std::strcmp(reinterpret_cast<const char*>(strings[text]), name) == 0) return Found(scope, at, tag);
   }
   return nullptr;
 }
@@ -309,7 +320,7 @@ const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint
 bool BinaryDocumentReader::Read(const char* name, BinaryData& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagBinary);
   if (node == nullptr) return false;
-  out.Write(Value(*node), node->size);
+  out.Write(Value(*node), GetValueSize(*node));
   out.cursor = 0;
   return true;
 }

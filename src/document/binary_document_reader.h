@@ -14,9 +14,11 @@
 // which no read takes and no child walk enters.
 
 #include <array>
+#include <memory>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "document/binary_document_node.h"
@@ -24,7 +26,7 @@
 
 namespace tv {
 
-class BinaryDocumentReader : public DocumentReader {
+class BinaryDocumentReader final : public DocumentReader {
 public:
   using DocumentReader::Read;
 
@@ -61,6 +63,39 @@ public:
     return Children(scope_stack.empty() ? root : scope_stack.back());
   }
 
+  // Names as dictionary indices, for walks that match many elements against the same few names.
+  // True when each text has one index: always for files from the writer, but a hostile file may
+  // hold a text twice, and its elements then have to be matched by text.
+  bool HasUniqueNames() const { return !compare_texts_ && !text_table_.empty(); }
+  // The dictionary index of `name`, or -1 when the document never uses that text.
+  int32_t FindName(const std::string& name) const { return HasUniqueNames() ? FindText(name.c_str()) : -1; }
+  // The dictionary index of the innermost entered scope's name; -1 at the root.
+  int32_t GetScopeNameIndex() const { return scope_stack.empty() ? -1 : int32_t(scope_stack.back().name); }
+  // As a Read finds its element: the first element of the current scope with the name of index
+  // `name`, if it has `tag`; else null. The read position of the scope moves past it.
+  const BinaryDocumentNode* FindValue(int32_t name, uint32_t tag) {
+    OpenScope& scope = Current();
+    const BinaryDocumentNode* children = nodes.data() + scope.first_child;
+    // One element of each name is marked the first, so starting at the hint finds the same one.
+    uint32_t at = scope.hint;
+    for (; at < scope.child_count; ++at)
+      if (children[at].name == name && children[at].first_of_name) return Found(scope, at, tag);
+    for (at = 0; at < scope.hint && at < scope.child_count; ++at)
+      if (children[at].name == name && children[at].first_of_name) return Found(scope, at, tag);
+    return nullptr;
+  }
+  const uint8_t* Value(const BinaryDocumentNode& node) const { return image.data() + node.ValueOffset(); }
+  // The byte count of the payload at Value(node); checked against its range at load.
+  uint32_t GetValueSize(const BinaryDocumentNode& node) const;
+  // The text of dictionary entry `index`, which a loaded node's name or string value always is.
+  std::string_view GetText(uint32_t index) const {
+    return {reinterpret_cast<const char*>(strings[index]), EntryLength(index)};
+  }
+
+  // What a walk over this document has worked out about it (the Deserialize walk keeps its
+  // names resolved to indices here); dropped with every load, owned and typed by the walk.
+  std::shared_ptr<void> walk_cache;
+
   std::vector<uint8_t> image;
   uint32_t position = 0;
   // Start of each dictionary entry in `image`, and one more entry just past the last.
@@ -85,11 +120,9 @@ private:
   bool Parse();
   // Parses the body [begin, end) into `nodes`; false for a malformed element or too deep a scope.
   bool ParseBody(uint32_t begin, uint32_t end);
-  // Appends the elements of [begin, end) to `nodes` and marks the first of each name among them;
-  // false for a malformed element.
-  bool ParseChildren(uint32_t begin, uint32_t end);
-  // Appends the element at `position`, which lies below `end`.
-  bool ParseElement(uint32_t end);
+  // Appends the elements of [begin, end) to `nodes`, marks the first of each name among them and
+  // appends the index of each scope to `scopes`; false for a malformed element.
+  bool ParseChildren(uint32_t begin, uint32_t end, std::vector<uint32_t>& scopes);
   // The current scope (the root at the root), and its children.
   OpenScope& Current() { return scope_stack.empty() ? root : scope_stack.back(); }
   std::span<const BinaryDocumentNode> Children(const OpenScope& scope) const {
@@ -99,7 +132,11 @@ private:
   bool EnterScopeFromCursor(OpenScope& scope);
   // The first element named `name` in the current scope, if it has `tag`; else null.
   const BinaryDocumentNode* FindValue(const char* name, uint32_t tag);
-  const uint8_t* Value(const BinaryDocumentNode& node) const { return image.data() + node.ValueOffset(); }
+  const BinaryDocumentNode* Found(OpenScope& scope, uint32_t at, uint32_t tag) {
+    scope.hint = at + 1;
+    const BinaryDocumentNode& node = nodes[scope.first_child + at];
+    return node.tag == tag ? &node : nullptr;
+  }
   // The text of dictionary entry `index` (checked at load) and its length.
   const char* Text(uint32_t index, size_t& length) const;
   size_t EntryLength(uint32_t index) const;

@@ -3,7 +3,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 
+#include "document/basic_value_kind.h"
+#include "document/binary_deserialization.h"
+#include "document/binary_document_reader.h"
 #include "document/document_scope.h"
 #include "reflection/type.h"
 #include "reflection/type_registry.h"
@@ -46,35 +50,26 @@ public:
   TypeValue value;
 };
 
-constexpr uint32_t kBool = TypeNameHash("Bool");
-constexpr uint32_t kChar = TypeNameHash("Char");
-constexpr uint32_t kShort = TypeNameHash("Short");
-constexpr uint32_t kInt = TypeNameHash("Int");
-constexpr uint32_t kUnsignedChar = TypeNameHash("UnsignedChar");
-constexpr uint32_t kUnsignedShort = TypeNameHash("UnsignedShort");
-constexpr uint32_t kUnsignedInt = TypeNameHash("UnsignedInt");
-constexpr uint32_t kFloat = TypeNameHash("Float");
-constexpr uint32_t kString = TypeNameHash("String");
-
 template <typename T>
 const T& As(const void* object) {
   return *static_cast<const T*>(object);
 }
 
 bool WriteBasic(DocumentWriter& writer, const void* object, const Type* type, const char* name) {
-  switch (type->GetNameHash()) {
-  case kBool: return writer.Write(name, As<bool>(object));
+  switch (GetBasicValueKind(type)) {
+  case BasicValueKind::Bool: return writer.Write(name, As<bool>(object));
   // Char is signed on every target the core builds for; the cast keeps it so everywhere.
-  case kChar: return writer.Write(name, int(static_cast<signed char>(As<char>(object))));
-  case kShort: return writer.Write(name, int(As<int16_t>(object)));
-  case kInt: return writer.Write(name, int(As<int32_t>(object)));
-  case kUnsignedChar: return writer.Write(name, unsigned(As<uint8_t>(object)));
-  case kUnsignedShort: return writer.Write(name, unsigned(As<uint16_t>(object)));
-  case kUnsignedInt: return writer.Write(name, unsigned(As<uint32_t>(object)));
-  case kFloat: return writer.Write(name, As<float>(object));
-  case kString: return writer.Write(name, As<std::string>(object));
-  default: return false;
+  case BasicValueKind::Char: return writer.Write(name, int(static_cast<signed char>(As<char>(object))));
+  case BasicValueKind::Short: return writer.Write(name, int(As<int16_t>(object)));
+  case BasicValueKind::Int: return writer.Write(name, int(As<int32_t>(object)));
+  case BasicValueKind::UnsignedChar: return writer.Write(name, unsigned(As<uint8_t>(object)));
+  case BasicValueKind::UnsignedShort: return writer.Write(name, unsigned(As<uint16_t>(object)));
+  case BasicValueKind::UnsignedInt: return writer.Write(name, unsigned(As<uint32_t>(object)));
+  case BasicValueKind::Float: return writer.Write(name, As<float>(object));
+  case BasicValueKind::String: return writer.Write(name, As<std::string>(object));
+  case BasicValueKind::None: return false;
   }
+  return false;
 }
 
 // Reads into a temporary first, so that a failed or refused read leaves the object alone.
@@ -87,30 +82,20 @@ bool ReadInto(DocumentReader& reader, const char* name, void* object) {
 }
 
 bool ReadBasic(DocumentReader& reader, void* object, const Type* type, const char* name) {
-  switch (type->GetNameHash()) {
-  case kBool: return ReadInto<bool, bool>(reader, name, object);
+  switch (GetBasicValueKind(type)) {
+  case BasicValueKind::Bool: return ReadInto<bool, bool>(reader, name, object);
   // The narrow reads refuse values outside the target's range.
-  case kChar: return ReadInto<int8_t, char>(reader, name, object);
-  case kShort: return ReadInto<int16_t, int16_t>(reader, name, object);
-  case kInt: return ReadInto<int, int32_t>(reader, name, object);
-  case kUnsignedChar: return ReadInto<uint8_t, uint8_t>(reader, name, object);
-  case kUnsignedShort: return ReadInto<uint16_t, uint16_t>(reader, name, object);
-  case kUnsignedInt: return ReadInto<unsigned, uint32_t>(reader, name, object);
-  case kFloat: return ReadInto<float, float>(reader, name, object);
-  case kString: return reader.Read(name, *static_cast<std::string*>(object));
-  default: return false;
+  case BasicValueKind::Char: return ReadInto<int8_t, char>(reader, name, object);
+  case BasicValueKind::Short: return ReadInto<int16_t, int16_t>(reader, name, object);
+  case BasicValueKind::Int: return ReadInto<int, int32_t>(reader, name, object);
+  case BasicValueKind::UnsignedChar: return ReadInto<uint8_t, uint8_t>(reader, name, object);
+  case BasicValueKind::UnsignedShort: return ReadInto<uint16_t, uint16_t>(reader, name, object);
+  case BasicValueKind::UnsignedInt: return ReadInto<unsigned, uint32_t>(reader, name, object);
+  case BasicValueKind::Float: return ReadInto<float, float>(reader, name, object);
+  case BasicValueKind::String: return reader.Read(name, *static_cast<std::string*>(object));
+  case BasicValueKind::None: return false;
   }
-}
-
-// How a field's value looks in a document: its serializer's storage type, else its own type.
-Type* StorageType(const TypeField& field) {
-  if (field.type != nullptr && field.type->serializer != nullptr) return field.type->serializer->GetStorageType();
-  return field.type;
-}
-
-bool IsBasicStorage(const TypeField& field) {
-  const Type* storage = StorageType(field);
-  return storage != nullptr && storage->IsBasic();
+  return false;
 }
 
 constexpr std::string_view kSlotName = "slot";
@@ -283,11 +268,19 @@ bool Deserialize(DocumentReader& reader, void* object, Type* type, Deserializati
   const bool scoped = !type->document_scope.empty();
   if (scoped && !EnterScope(reader, type->document_scope)) return false;
   bool result = true;
+  // A binary document from the writer has one index for each name: its walk matches by index. The
+  // class is final, so comparing the dynamic type is exact, and far cheaper than a cast that
+  // searches the hierarchy on every call.
+  BinaryDocumentReader* binary =
+      typeid(reader) == typeid(BinaryDocumentReader) ? static_cast<BinaryDocumentReader*>(&reader) : nullptr;
+  if (binary != nullptr && !binary->HasUniqueNames()) binary = nullptr;
   if (type->container_factory != nullptr) {
-    DeserializeElements(reader, object, type, context);
+    if (binary != nullptr) DeserializeBinaryElements(*binary, object, type, context);
+    else DeserializeElements(reader, object, type, context);
   } else if (!type->IsBasic()) {
     bool abandoned = false;
-    result = DeserializeClass(reader, object, type, context, abandoned);
+    result = binary != nullptr ? DeserializeBinaryClass(*binary, object, type, context, abandoned)
+                               : DeserializeClass(reader, object, type, context, abandoned);
     if (abandoned) return false;
   } else {
     result = name[0] != '\0' && ReadBasic(reader, object, type, name);
