@@ -126,8 +126,15 @@ protected:
     bool answer = false;
   };
   Outcome Read(tv::DocumentReader& reader) {
+    // Away from the defaults, so that a skipped read and a default set on failure both show.
     Sample read;
-    read.count = -5;  // not the type's default, so a skipped read shows
+    read.flag = true;
+    read.letter = 'q';
+    read.shift = 1;
+    read.count = -5;
+    read.level = 2;
+    read.port = 3;
+    read.name = "before";
     Outcome outcome;
     outcome.answer = tv::Deserialize(reader, &read, sample, nullptr, "");
     EXPECT_EQ(reader.GetScopeName(), "root");
@@ -210,6 +217,7 @@ TEST_F(BinaryWalk, IrregularDocumentsReadAlike) {
          w.ExitScope();
          w.Write("Scale", 2.0f);
          w.Write("Port", 80u);
+         w.Write("Flag", false);
          w.Write("Order", std::string("XZY"));
          w.Write("Hidden", 17);
          w.Write("Count", 3);
