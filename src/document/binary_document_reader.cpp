@@ -271,35 +271,6 @@ std::string BinaryDocumentReader::GetScopeName() {
   return std::string(text, length);
 }
 
-bool BinaryDocumentReader::EnterScopeFromCursor(OpenScope& scope) {
-  const BinaryDocumentNode* children = nodes.data() + scope.first_child;
-  while (scope.cursor < scope.child_count && !children[scope.cursor].IsScope()) ++scope.cursor;
-  if (scope.cursor == scope.child_count) return false;
-  const BinaryDocumentNode& node = children[scope.cursor];
-  // `scope` may lie in the stack that grows here.
-  scope_stack.push_back(OpenScope{node.first_child, node.child_count, 0, 0, node.name});
-  return true;
-}
-
-bool BinaryDocumentReader::EnterFirstChild() {
-  OpenScope& scope = Current();
-  scope.cursor = 0;
-  return EnterScopeFromCursor(scope);
-}
-
-bool BinaryDocumentReader::EnterNextSibling() {
-  if (!ExitScope()) return false;
-  OpenScope& scope = Current();
-  if (scope.cursor < scope.child_count) ++scope.cursor;
-  return EnterScopeFromCursor(scope);
-}
-
-bool BinaryDocumentReader::ExitScope() {
-  if (scope_stack.empty()) return false;
-  scope_stack.pop_back();
-  return true;
-}
-
 const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint32_t tag) {
   if (name == nullptr) name = "";
   if (!compare_texts_) {

@@ -40,9 +40,23 @@ public:
   static constexpr uint32_t kMaxScopeDepth = 1024;
 
   std::string GetScopeName() override;
-  bool EnterFirstChild() override;
-  bool EnterNextSibling() override;
-  bool ExitScope() override;
+  // Inline: the walks take them for every scope of a document, through this final class.
+  bool EnterFirstChild() override {
+    OpenScope& scope = Current();
+    scope.cursor = 0;
+    return EnterScopeFromCursor(scope);
+  }
+  bool EnterNextSibling() override {
+    if (!ExitScope()) return false;
+    OpenScope& scope = Current();
+    if (scope.cursor < scope.child_count) ++scope.cursor;
+    return EnterScopeFromCursor(scope);
+  }
+  bool ExitScope() override {
+    if (scope_stack.empty()) return false;
+    scope_stack.pop_back();
+    return true;
+  }
   // Appends the block at the target's cursor, then sets the cursor to 0.
   bool Read(const char* name, BinaryData& out) override;
   bool Read(const char* name, std::string& out) override;
@@ -129,7 +143,15 @@ private:
     return {nodes.data() + scope.first_child, scope.child_count};
   }
   // Moves the cursor of `scope` from where it stands onto the next scope and enters it.
-  bool EnterScopeFromCursor(OpenScope& scope);
+  bool EnterScopeFromCursor(OpenScope& scope) {
+    const BinaryDocumentNode* children = nodes.data() + scope.first_child;
+    while (scope.cursor < scope.child_count && !children[scope.cursor].IsScope()) ++scope.cursor;
+    if (scope.cursor == scope.child_count) return false;
+    const BinaryDocumentNode& node = children[scope.cursor];
+    // `scope` may lie in the stack that grows here.
+    scope_stack.push_back(OpenScope{node.first_child, node.child_count, 0, 0, node.name});
+    return true;
+  }
   // The first element named `name` in the current scope, if it has `tag`; else null.
   const BinaryDocumentNode* FindValue(const char* name, uint32_t tag);
   const BinaryDocumentNode* Found(OpenScope& scope, uint32_t at, uint32_t tag) {
