@@ -18,6 +18,7 @@
 #include "reflection/math_type_names.h"
 #include "reflection/type_registration.h"
 #include "reflection/type_registry.h"
+#include "tests/document/forwarding_reader.h"
 
 namespace fuzz_types {
 
@@ -49,26 +50,7 @@ namespace {
 using fuzz_types::Base;
 using fuzz_types::Item;
 
-class ForwardingReader final : public tv::DocumentReader {
-public:
-  using DocumentReader::Read;
-  explicit ForwardingReader(tv::BinaryDocumentReader& target) : target_(target) {}
-  std::string GetScopeName() override { return target_.GetScopeName(); }
-  bool EnterFirstChild() override { return target_.EnterFirstChild(); }
-  bool EnterNextSibling() override { return target_.EnterNextSibling(); }
-  bool ExitScope() override { return target_.ExitScope(); }
-  bool Read(const char* name, tv::BinaryData& out) override { return target_.Read(name, out); }
-  bool Read(const char* name, std::string& out) override { return target_.Read(name, out); }
-  bool Read(const char* name, float& out) override { return target_.Read(name, out); }
-  bool Read(const char* name, unsigned int& out) override { return target_.Read(name, out); }
-  bool Read(const char* name, int& out) override { return target_.Read(name, out); }
-  bool Read(const char* name, bool& out) override { return target_.Read(name, out); }
-  bool IsBinary() override { return true; }
-  bool Load(const std::string& path) override { return target_.Load(path); }
-
-private:
-  tv::BinaryDocumentReader& target_;
-};
+using tv_test::ForwardingReader;
 
 struct Services {
   Services() {
