@@ -39,9 +39,10 @@ struct ClassPlan {
   std::vector<BaseStep> bases;
 };
 
-// Kept by the reader for the loaded document. Types are read-only once built, so a plan holds
-// for as long as the document does.
-struct WalkCache {
+} // namespace
+
+// Types are read-only once built, so a plan holds for the whole walk.
+struct BinaryWalkState {
   // Node-based: a plan stays where it is while the walk of a nested type adds another.
   std::unordered_map<const Type*, ClassPlan> plans;
   // The plans last used, by a few bits of their type's address: a document has few types, and
@@ -51,15 +52,21 @@ struct WalkCache {
   int32_t value = -1;
 };
 
-WalkCache& CacheOf(BinaryDocumentReader& reader) {
-  if (reader.walk_cache == nullptr) {
-    auto cache = std::make_shared<WalkCache>();
-    cache->slot = reader.FindName("slot");
-    cache->value = reader.FindName("value");
-    reader.walk_cache = cache;
-  }
-  return *static_cast<WalkCache*>(reader.walk_cache.get());
+BinaryWalkSession::BinaryWalkSession(BinaryDocumentReader& reader) : reader_(reader) {
+  if (reader.walk_state != nullptr) return;
+  owned_ = std::make_unique<BinaryWalkState>();
+  owned_->slot = reader.FindName("slot");
+  owned_->value = reader.FindName("value");
+  reader.walk_state = owned_.get();
 }
+
+BinaryWalkSession::~BinaryWalkSession() {
+  if (owned_ != nullptr) reader_.walk_state = nullptr;
+}
+
+namespace {
+
+BinaryWalkState& StateOf(BinaryDocumentReader& reader) { return *static_cast<BinaryWalkState*>(reader.walk_state); }
 
 // The kind of a value that the shared walk would read with nothing in between: no serializer,
 // no scope of its own.
@@ -83,7 +90,7 @@ ClassPlan MakePlan(BinaryDocumentReader& reader, const Type* type) {
   return plan;
 }
 
-const ClassPlan& PlanOf(BinaryDocumentReader& reader, WalkCache& cache, const Type* type) {
+const ClassPlan& PlanOf(BinaryDocumentReader& reader, BinaryWalkState& cache, const Type* type) {
   auto& recent = cache.recent[(reinterpret_cast<uintptr_t>(type) >> 4) % cache.recent.size()];
   if (recent.first == type) return *recent.second;
   auto found = cache.plans.find(type);
@@ -159,7 +166,7 @@ size_t NextScopedField(const ClassPlan& plan, size_t at) {
 
 bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* type, DeserializationContext* context,
                             bool& abandoned) {
-  WalkCache& cache = CacheOf(reader);
+  BinaryWalkState& cache = StateOf(reader);
   const ClassPlan& plan = PlanOf(reader, cache, type);
   bool result = true;
   for (const FieldStep& step : plan.fields)
@@ -195,7 +202,7 @@ bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* ty
 
 void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const Type* type,
                                DeserializationContext* context) {
-  const WalkCache& cache = CacheOf(reader);
+  const BinaryWalkState& cache = StateOf(reader);
   const std::unique_ptr<ContainerWriteInterface> elements = type->container_factory->MakeWriteInterface(object);
   uint32_t count = 0;
   for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) count += node.IsScope() && node.name == cache.slot;

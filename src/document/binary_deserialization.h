@@ -5,12 +5,30 @@
 // All else (bases, serializers, properties, adapters, nested values) goes back through the walk
 // that every reader shares, so a binary document reads into the same objects as its text forms.
 
+#include <memory>
+
 namespace tv {
 
 class BinaryDocumentReader;
 class DeserializationContext;
 class Type;
+struct BinaryWalkState;
 
+// Gives the reader the state of the binary walk for the length of the outermost Deserialize call
+// over it; the calls inside it find the reader's state already there and share it.
+class BinaryWalkSession {
+public:
+  explicit BinaryWalkSession(BinaryDocumentReader& reader);
+  ~BinaryWalkSession();
+  BinaryWalkSession(const BinaryWalkSession&) = delete;
+  BinaryWalkSession& operator=(const BinaryWalkSession&) = delete;
+
+private:
+  BinaryDocumentReader& reader_;
+  std::unique_ptr<BinaryWalkState> owned_;  // null inside a walk that an outer call began
+};
+
+// Both need a BinaryWalkSession open on `reader`.
 // As the shared walk does for a class in the current scope: the fields held as values, then the
 // child scopes in document order. A failed base sets `abandoned` and leaves its scope current.
 bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* type, DeserializationContext* context,

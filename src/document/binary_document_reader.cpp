@@ -46,7 +46,6 @@ void BinaryDocumentReader::Clear() {
   root = OpenScope{};
   nodes.clear();
   scope_stack.clear();
-  walk_cache.reset();
 }
 
 bool BinaryDocumentReader::Load(const std::string& path) {

@@ -14,7 +14,6 @@
 // which no read takes and no child walk enters.
 
 #include <array>
-#include <memory>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -106,9 +105,10 @@ public:
     return {reinterpret_cast<const char*>(strings[index]), EntryLength(index)};
   }
 
-  // What a walk over this document has worked out about it (the Deserialize walk keeps its
-  // names resolved to indices here); dropped with every load, owned and typed by the walk.
-  std::shared_ptr<void> walk_cache;
+  // What the Deserialize walk has worked out about this document (its names resolved to indices),
+  // set by the outermost walk over it for as long as that walk runs, and owned by it: nothing of
+  // it outlives the call, so no module's code is left to free it later.
+  void* walk_state = nullptr;
 
   std::vector<uint8_t> image;
   uint32_t position = 0;

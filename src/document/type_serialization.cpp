@@ -1,6 +1,7 @@
 #include "document/type_serialization.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <typeinfo>
@@ -274,6 +275,8 @@ bool Deserialize(DocumentReader& reader, void* object, Type* type, Deserializati
   BinaryDocumentReader* binary =
       typeid(reader) == typeid(BinaryDocumentReader) ? static_cast<BinaryDocumentReader*>(&reader) : nullptr;
   if (binary != nullptr && !binary->HasUniqueNames()) binary = nullptr;
+  std::optional<BinaryWalkSession> session;
+  if (binary != nullptr) session.emplace(*binary);
   if (type->container_factory != nullptr) {
     if (binary != nullptr) DeserializeBinaryElements(*binary, object, type, context);
     else DeserializeElements(reader, object, type, context);
