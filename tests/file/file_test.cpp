@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <numeric>
 #include <random>
@@ -102,12 +103,14 @@ TEST(FileDrivers, CommonContract) {
     EXPECT_TRUE(pipe != nullptr && pclose(pipe) == 0);
     return std::string(digest, got);
   };
-  for (auto [driver, caps] : {std::pair<std::shared_ptr<FileDriver>, uint32_t>{std::make_shared<MemoryFileDriver>(), 15},
-                              {std::make_shared<StdFileDriver>(temp.path), 46}}) {
+  const std::map<std::string, std::string> files = {{"empty", ""}, {"text", "hello\n"}, {"random", bytes}};
+  using Driver = std::pair<std::shared_ptr<FileDriver>, uint32_t>;  // and its caps
+  for (auto [driver, caps] : {Driver{std::make_shared<MemoryFileDriver>(), 15},
+                              Driver{std::make_shared<StdFileDriver>(temp.path), 46}}) {
     EXPECT_EQ(driver->GetCaps(), caps);
     EXPECT_EQ(driver->Open("missing", FileMode::Read), nullptr);
     EXPECT_EQ(driver->FileHash("missing"), "");
-    for (const auto& [name, content] : {std::pair<std::string, std::string>{"empty", ""}, {"text", "hello\n"}, {"random", bytes}}) {
+    for (const auto& [name, content] : files) {
       temp.Put(name, content);
       Put(*driver, name, content);
       EXPECT_TRUE(Get(*driver, name) == content) << caps << " " << name;
@@ -317,9 +320,10 @@ TEST_F(FilesystemTest, MountLogsAndRefusesDuplicates) {
   EXPECT_TRUE(fs.Mount(core, "@core/"));
   EXPECT_FALSE(fs.Mount(data, "@core/"));
   const std::string mounted = "Mount root driver " + Name(disk) + " (relative to '" + temp.path + "/')";
+  const std::string twice = "Driver " + Name(disk) + " is already mounted as a root driver on this filesystem";
   EXPECT_EQ(TakeLog(), (Lines{{"", mounted},
                               {"", mounted},
-                              {"error", "Driver " + Name(disk) + " is already mounted as a root driver on this filesystem"},
+                              {"error", twice},
                               {"", "Mount driver " + Name(core) + " on prefix @core/ (relative to '')"},
                               {"", "Mount driver " + Name(data) + " on prefix @core/ (relative to '')"},
                               {"error", "Prefix @core/ is already mounted on this filesystem"}}));
@@ -365,7 +369,10 @@ TEST_F(FilesystemTest, OpenRoutesByPrefixThenRootDriversInTurn) {
 
 // Unmounting a driver removes all its mounts and root entries; the others keep their order.
 TEST_F(FilesystemTest, UnmountRemovesEveryOccurrence) {
-  for (const char* prefix : {"@a/", "@b/", "@c/", "@d/"}) fs.Mount(prefix[1] == 'b' ? data : prefix[1] == 'd' ? root : core, prefix);
+  fs.Mount(core, "@a/");
+  fs.Mount(data, "@b/");
+  fs.Mount(core, "@c/");
+  fs.Mount(root, "@d/");
   fs.Mount(core);
   fs.Mount(root);
   TakeLog();

@@ -106,7 +106,8 @@ std::map<std::string, Layout> LayoutOf(const std::string& zip) {
   for (uint32_t n = Get(zip, zip.size() - 22 + 10, 2); n > 0; --n) {
     const std::string name = zip.substr(at + 46, Get(zip, at + 28, 2));
     const size_t local = Get(zip, at + 42, 4);
-    layout[name] = Layout{at, local, local + 30 + Get(zip, local + 26, 2) + Get(zip, local + 28, 2), Get(zip, at + 20, 4)};
+    const size_t data = local + 30 + Get(zip, local + 26, 2) + Get(zip, local + 28, 2);
+    layout[name] = Layout{at, local, data, Get(zip, at + 20, 4)};
     at += 46 + name.size() + Get(zip, at + 30, 2) + Get(zip, at + 32, 2);
   }
   return layout;
@@ -181,7 +182,7 @@ protected:
 // Nested folders, an empty file, and a few MiB both incompressible and compressible, from both
 // tools, stored and deflated, through the disk and from memory.
 TEST_F(ZipDriverTest, EveryEntryHoldsWhatUnzipExtracts) {
-  Files({{"a.txt", "alpha\n"}, {"empty.txt", ""}, {"sub/b.txt", "bravo\n"}, {"sub/deep/c.bin", std::string(300, '\0')}});
+  Files({{"a.txt", "alpha\n"}, {"empty.txt", ""}, {"sub/b.txt", "bravo\n"}, {"sub/c.bin", std::string(300, '\0')}});
   Shell("cd " + Quote(temp / "src") + " && mkdir big && head -c 3145728 /dev/urandom > big/random.bin"
         " && seq 1 1000000 | head -c 3145728 > big/text.txt");
   const Names archives = {InfoZip("info.zip"), InfoZip("info0.zip", "-0"), PythonZip("stored.zip", "STORED"),
@@ -416,23 +417,25 @@ TEST_F(ZipDamageTest, DamagedEntryIsRefused) {
       }
     };
   };
+  auto set = [](size_t offset, char byte) { return [=](std::string& zip) { zip[offset] = byte; }; };
+  const size_t flipped = layout["deflated.txt"].data + packed / 2;
   const struct {
     std::string what, entry;
     std::function<void(std::string&)> edit;
     Lines log;  // not compared when empty
   } cases[] = {
-      {"broken central header", "deflated.txt", [&](std::string& zip) { zip[layout["deflated.txt"].central + 2] = 'X'; }, {}},
-      {"broken last central header", "last.txt", [&](std::string& zip) { zip[layout["last.txt"].central + 2] = 'X'; }, {}},
-      {"flipped data byte", "deflated.txt", [&](std::string& zip) { zip[layout["deflated.txt"].data + packed / 2] ^= 0x10; },
-       read_failed},
+      {"broken central header", "deflated.txt", set(layout["deflated.txt"].central + 2, 'X'), {}},
+      {"broken last central header", "last.txt", set(layout["last.txt"].central + 2, 'X'), {}},
+      {"flipped data byte", "deflated.txt", set(flipped, char(good[flipped] ^ 0x10)), read_failed},
       {"size too large", "deflated.txt", sizes("deflated.txt", packed, size + 100), read_failed},
       {"size near 2 GiB", "deflated.txt", sizes("deflated.txt", packed, 0x7ffffff0u), no_room},
       {"size near 4 GiB", "deflated.txt", sizes("deflated.txt", packed, 0xfffffff0u), no_room},
-      {"central size only", "deflated.txt", [&](std::string& zip) { Put32(zip, layout["deflated.txt"].central + 24, size + 100); },
-       {}},
+      {"central size only", "deflated.txt",
+       [&](std::string& zip) { Put32(zip, layout["deflated.txt"].central + 24, size + 100); }, {}},
       {"stored, size one more", "stored.txt", sizes("stored.txt", stored, stored + 1), stored_failed},
       {"stored, packed one more", "stored.txt", sizes("stored.txt", stored + 1, stored), stored_failed},
-      {"stored, archive size", "stored.txt", sizes("stored.txt", uint32_t(good.size()), uint32_t(good.size())), stored_failed},
+      {"stored, archive size", "stored.txt", sizes("stored.txt", uint32_t(good.size()), uint32_t(good.size())),
+       stored_failed},
       {"stored, near 2 GiB", "stored.txt", sizes("stored.txt", 0x7ffffff0u, 0x7ffffff0u), stored_failed},
       // Sizes that agree but not with the layout: a stored entry ends where the next record begins.
       {"stored, 10 more", "stored.txt", sizes("stored.txt", stored + 10, stored + 10), {}},
@@ -497,13 +500,15 @@ TEST_F(CoreResourcesTest, BuiltInArchiveMountsOnceOnCore) {
   EXPECT_TRUE(MountCoreResources());
   ASSERT_EQ(fs.mounts.size(), 1u);
   EXPECT_EQ(fs.mounts[0].prefix, "@core/");
-  EXPECT_EQ(TakeLog(), (Lines{{"", "Mount driver " + to_string(fs.mounts[0].driver.get()) + " on prefix @core/ (relative to '')"}}));
+  const std::string driver = to_string(fs.mounts[0].driver.get());
+  EXPECT_EQ(TakeLog(), (Lines{{"", "Mount driver " + driver + " on prefix @core/ (relative to '')"}}));
   EXPECT_FALSE(MountCoreResources());
   EXPECT_EQ(TakeLog(), (Lines{{"debug", "Not mounting internal core resources since '@core/' is already mounted"}}));
   EXPECT_EQ(fs.mounts.size(), 1u);
 
   const std::string source = std::string(TV_SOURCE_DIR) + "/core_resources/";
-  EXPECT_EQ(fs.FileToString("@core/materials/default.mat"), "<Material Shader=\"@core/surfaces/diffuse_specular.isl\"/>\n");
+  EXPECT_EQ(fs.FileToString("@core/materials/default.mat"),
+            "<Material Shader=\"@core/surfaces/diffuse_specular.isl\"/>\n");
   EXPECT_EQ(fs.FileToString("@core/version.txt"), ReadFile(source + "version.txt"));
   EXPECT_EQ(fs.FileToString("@core/version.txt").size(), 5u);
   const std::string sha1 = fs.FileToString("@core/sha1.txt");

@@ -39,16 +39,20 @@ using Lines = std::vector<LogLine>;
 std::vector<uint8_t> Bytes(const Picture& picture) {
   return std::vector<uint8_t>(picture.GetData(), picture.GetData() + picture.GetDataSize());
 }
-bool Logged(const Lines& lines, const LogLine& line) { return std::find(lines.begin(), lines.end(), line) != lines.end(); }
+bool Logged(const Lines& lines, const LogLine& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
 
+// "RW", width, height, then 8-bit gray pixels; a refusing codec reads a byte, puts the handle
+// back and says no. Each remembers where it was offered a file.
 class RawGrayCodec : public PictureCodec {
 public:
-  explicit RawGrayCodec(std::string name) : name_(std::move(name)) {}
+  RawGrayCodec(std::string name, bool refuses = false) : name_(std::move(name)), refuses_(refuses) {}
   bool Load(FileHandle& handle, Picture& picture) override {
-    seen_at.push_back(handle.Tell());
     const uint32_t start = handle.Tell();
+    seen_at.push_back(start);
     uint8_t header[4] = {};
-    if (handle.Read(header, 4) != 4 || header[0] != 'R' || header[1] != 'W') {
+    if (handle.Read(header, refuses_ ? 1 : 4) != 4 || header[0] != 'R' || header[1] != 'W') {
       handle.Seek(int(start), SeekRef::Start);
       return false;
     }
@@ -68,18 +72,7 @@ public:
 
 private:
   std::string name_;
-};
-
-// Reads a byte, puts the handle back and refuses.
-struct RefusingCodec : RawGrayCodec {
-  using RawGrayCodec::RawGrayCodec;
-  bool Load(FileHandle& handle, Picture&) override {
-    seen_at.push_back(handle.Tell());
-    uint8_t byte = 0;
-    handle.Read(&byte, 1);
-    handle.Seek(-1, SeekRef::Current);
-    return false;
-  }
+  bool refuses_;
 };
 
 class PictureFiles : public tv_test::LogCaptureTest {
@@ -123,22 +116,24 @@ TEST_F(PictureFiles, RegisteringANameTwiceKeepsTheFirst) {
 TEST_F(PictureFiles, LoadLogsEachOutcome) {
   files_.StringToFile("raw", std::string("RW\x02\x01\x0a\x14", 6));
   files_.StringToFile("text", "hello");
-  RawGrayCodec raw("Raw");
-  RefusingCodec refusing("Refusing");
+  RawGrayCodec raw("Raw"), refusing("Refusing", true);
   const struct {
     bool registered;
     std::string path, codec;
     bool ran, loaded;
     Lines lines;
   } rows[] = {
-      {false, "raw", "", false, false, {{"", "Load picture from 'raw', codec '-'"}, {"error", "Failed to load picture 'raw'"}}},
+      {false, "raw", "", false, false,
+       {{"", "Load picture from 'raw', codec '-'"}, {"error", "Failed to load picture 'raw'"}}},
       {true, "raw", "Nope", false, false,
        {{"", "Load picture from 'raw', codec 'Nope'"},
         {"error", "Unknown codec 'Nope' to load picture 'raw'"},
         {"error", "Failed to load picture 'raw'"}}},
       {true, "missing", "Raw", false, false,
-       {{"", "Load picture from 'missing', codec 'Raw'"}, {"warn", "Failed to open 'missing' on any mounted file driver"}}},
-      {true, "text", "", true, false, {{"", "Load picture from 'text', codec '-'"}, {"error", "Failed to load picture 'text'"}}},
+       {{"", "Load picture from 'missing', codec 'Raw'"},
+        {"warn", "Failed to open 'missing' on any mounted file driver"}}},
+      {true, "text", "", true, false,
+       {{"", "Load picture from 'text', codec '-'"}, {"error", "Failed to load picture 'text'"}}},
       {true, "text", "Raw", true, false,
        {{"", "Load picture from 'text', codec 'Raw'"}, {"error", "Failed to load picture 'text'"}}},
       {true, "raw", "", true, true, {{"", "Load picture from 'raw', codec '-'"}, {"", "Loaded picture 'raw' 2x1"}}},
@@ -372,19 +367,22 @@ TEST_F(StbPlugin, LoadsWhatImageMagickMakes) {
   } cases[] = {
       {"-size 9x6 gradient:black-white -colorspace Gray -depth 8 -define png:color-type=0 gray.png", "gray", 8, Gray8},
       {"-size 9x6 plasma:fractal -depth 8 -define png:color-type=2 rgb.png", "rgb", 8, RGB8},
-      {"-size 9x6 plasma:fractal -alpha set -channel A -fx '(i+j)/14' +channel -depth 8 -define png:color-type=6 rgba.png",
+      {"-size 9x6 plasma:fractal -alpha set -channel A -fx '(i+j)/14' +channel -depth 8 "
+       "-define png:color-type=6 rgba.png",
        "rgba", 8, RGBA8},
       {"-size 9x6 gradient:black-white -colorspace Gray -alpha set -channel A -fx 'i/8' +channel -depth 8 "
        "-define png:color-type=4 graya.png", "rgba", 8, RGBA8},
-      {"-size 7x5 gradient:black-white -colorspace Gray -depth 16 -define png:color-type=0 gray16.png", "gray", 16, Gray16},
+      {"-size 7x5 gradient:black-white -colorspace Gray -depth 16 -define png:color-type=0 gray16.png", "gray", 16,
+       Gray16},
       {"-size 7x5 gradient:red-blue -depth 16 -define png:color-type=2 rgb16.png", "rgb", 16, RGB16},
       {"-size 7x5 gradient:red-blue -alpha set -channel A -fx 'j/4' +channel -depth 16 -define png:color-type=6 "
        "rgba16.png", "rgba", 16, RGBA16},
       {"-size 6x4 plasma:fractal -depth 8 -type TrueColor -orient TopLeft -compress None top.tga", "rgb", 8, RGB8},
-      {"-size 6x4 plasma:fractal -depth 8 -type TrueColor -orient BottomLeft -compress None bottom.tga", "rgb", 8, RGB8},
+      {"-size 6x4 plasma:fractal -depth 8 -type TrueColor -orient BottomLeft -compress None bottom.tga", "rgb", 8,
+       RGB8},
       {"-size 6x4 plasma:fractal -depth 8 -type TrueColor -orient BottomLeft -compress RLE rle.tga", "rgb", 8, RGB8},
-      {"-size 6x4 plasma:fractal -alpha set -channel A -fx 'i/5' +channel -depth 8 -orient TopLeft alpha.tga", "rgba", 8,
-       RGBA8},
+      {"-size 6x4 plasma:fractal -alpha set -channel A -fx 'i/5' +channel -depth 8 -orient TopLeft alpha.tga",
+       "rgba", 8, RGBA8},
       {"-size 5x3 plasma:fractal -depth 8 BMP3:drawn.bmp", "rgb", 8, RGB8},
   };
   for (const auto& c : cases) {
@@ -403,7 +401,7 @@ TEST_F(StbPlugin, LoadsWhatImageMagickMakes) {
   const std::vector<uint8_t> reference = MagickPixels("photo.jpg", "rgb");
   ASSERT_EQ(reference.size(), jpeg.GetDataSize());
   int worst = 0;
-  for (size_t i = 0; i < reference.size(); ++i) worst = std::max(worst, std::abs(int(reference[i]) - jpeg.GetData()[i]));
+  for (size_t i = 0; i < reference.size(); ++i) worst = std::max(worst, std::abs(reference[i] - jpeg.GetData()[i]));
   EXPECT_LE(worst, 6);
   Magick("-size 8x8 gradient:white-black -colorspace Gray -quality 90 gray.jpg");
   EXPECT_EQ(Load("gray.jpg").GetFormat(), Gray8);
