@@ -76,6 +76,7 @@ TEST(Path, HelpersOnTheirEdgeCases) {
   } rows[] = {
       ROW(CleanPath("a\\b//c/./d/../e"), "a/b/c/e"), ROW(CleanPath("./a"), "a"), ROW(CleanPath("a/b/"), "a/b"),
       ROW(CleanPath("a/b/../../c"), "c"), ROW(CleanPath("../a"), "../a"), ROW(CleanPath("x/../../y"), "../y"),
+      ROW(CleanPath("../../a"), "../../a"),
       ROW(CleanPath("C:\\x"), "c:/x"), ROW(CleanPath("\\\\server\\share\\x"), "\\\\server/share/x"),
       ROW(CleanPath("/tmp//x/../y/"), "/tmp/y"), ROW(CleanPath("a/"), "a/"), ROW(CleanPath(".."), ".."),
       ROW(CleanPath(""), ""), ROW(CutFileExtension("a/b.tar.gz"), "a/b.tar"), ROW(CutFileExtension("a.b/c"), "a.b/c"),
