@@ -61,8 +61,8 @@ std::vector<double> Stored(const Picture& picture) {
   const uint32_t width = f == Gray32 || f >= RGB32 ? 4 : wide ? 2 : 1;
   std::vector<double> channels;
   for (uint32_t at = 0; at < Picture::GetBytesPerPixel(f); at += width) {
-    float f32;
-    std::memcpy(&f32, picture.GetData() + at, 4);
+    float f32 = 0;
+    if (width == 4) std::memcpy(&f32, picture.GetData() + at, 4);
     channels.push_back(width == 1 ? picture.GetData()[at] : width == 2 ? At16(picture.GetData() + at) : f32);
   }
   return channels;
