@@ -16,28 +16,19 @@ namespace tv_test {
 
 using LogLine = std::pair<std::string, std::string>;  // (type, message)
 
-inline std::mutex& CapturedLogMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-inline std::vector<LogLine>& CapturedLogLines() {
-  static std::vector<LogLine> lines;
-  return lines;
-}
+inline std::mutex g_log_mutex;
+inline std::vector<LogLine> g_log_lines;
 
 inline void RecordLogLine(const std::string&, const std::string& message, const std::string& type,
                           const std::string&, uint32_t, bool) {
-  std::lock_guard<std::mutex> lock(CapturedLogMutex());
-  CapturedLogLines().emplace_back(type, message);
+  std::lock_guard<std::mutex> lock(g_log_mutex);
+  g_log_lines.emplace_back(type, message);
 }
 
-// Copy of the lines recorded so far, then forgets them.
+// The lines recorded so far, which are then forgotten.
 inline std::vector<LogLine> TakeLog() {
-  std::lock_guard<std::mutex> lock(CapturedLogMutex());
-  std::vector<LogLine> lines;
-  lines.swap(CapturedLogLines());
-  return lines;
+  std::lock_guard<std::mutex> lock(g_log_mutex);
+  return std::exchange(g_log_lines, {});
 }
 
 // Fixture that installs a recording log system for the duration of one test.
