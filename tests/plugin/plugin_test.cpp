@@ -12,7 +12,6 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -61,9 +60,7 @@ bool IsMapped(const std::string& path) {
 
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 struct HostCodec : AudioCodec {
@@ -78,12 +75,8 @@ protected:
     g_lines.clear();
     g_asserts.clear();
     log_.print = &CaptureLine;
-    log_system = &log_;
-    filesystem = &filesystem_;
-    plugins = &registry_;
-    audio_codecs = &codecs_;
-    imgui_signals = &imgui_;
-    assert_handler = &RecordAssert;
+    log_system = &log_, filesystem = &filesystem_, plugins = &registry_, audio_codecs = &codecs_;
+    imgui_signals = &imgui_, assert_handler = &RecordAssert;
     // One file per test process: CTest runs the tests of this program side by side.
     plugin_log_ = ::testing::TempDir() + "plugin_log_" + std::to_string(getpid()) + ".txt";
     std::remove(plugin_log_.c_str());
@@ -96,11 +89,7 @@ protected:
     for (DlSharedLibrary& library : libraries_) library.Close();
     SetSharedLibraryPath("");
     unsetenv("TV_TEST_PLUGIN_LOG");
-    log_system = nullptr;
-    filesystem = nullptr;
-    plugins = nullptr;
-    audio_codecs = nullptr;
-    imgui_signals = nullptr;
+    log_system = nullptr, filesystem = nullptr, plugins = nullptr, audio_codecs = nullptr, imgui_signals = nullptr;
     assert_handler = &NullAssertHandler;
   }
   void Unload() {
@@ -162,12 +151,9 @@ TEST(DlSharedLibrary, ResolvesOnlyExportsAndReportsTheLoaderReason) {
 TEST_F(PluginHost, TableHoldsTheModuleGlobalsInOrder) {
   const CoreGlobals table = GetCoreGlobals();
   const void* const* slots = reinterpret_cast<const void* const*>(&table);
-  EXPECT_EQ(slots[0], &registry_);
-  EXPECT_EQ(slots[2], &log_);
-  EXPECT_EQ(slots[5], &filesystem_);
-  EXPECT_EQ(slots[17], &codecs_);
-  EXPECT_EQ(slots[19], &imgui_);
-  EXPECT_EQ(slots[21], reinterpret_cast<const void*>(&RecordAssert));
+  EXPECT_EQ((std::vector<const void*>{slots[0], slots[2], slots[5], slots[17], slots[19], slots[21]}),
+            (std::vector<const void*>{&registry_, &log_, &filesystem_, &codecs_, &imgui_,
+                                      reinterpret_cast<const void*>(&RecordAssert)}));
 }
 
 // The WAV plugin describes itself the same before and after its load; each load registers one
@@ -209,8 +195,7 @@ TEST_F(PluginHost, WavPluginServesTheHost) {
   uint8_t frame[32000];
   time_ns frame_time = -1;
   EXPECT_EQ(stream->GetFrame(frame, frame_time), 8u);
-  EXPECT_EQ(frame_time, 0);
-  EXPECT_EQ(frame[7], 8);
+  EXPECT_TRUE(frame_time == 0 && frame[7] == 8);
   EXPECT_FALSE(codecs_["WAV"]->Open("@mem/missing.wav"));
   EXPECT_TRUE(Logged("warn|Failed to open '@mem/missing.wav' on driver " + to_string(memory.get()) + " (prefix match: @mem/)"));
 }
@@ -249,8 +234,7 @@ TEST_F(PluginHost, ModuleGlobalsAreItsOwnUntilBound) {
   EXPECT_EQ(probe_context(), next);
   imgui_.on_context_change.Emit(current);
   EXPECT_EQ(probe_context(), current);
-  ImGui::DestroyContext(next);
-  ImGui::DestroyContext(current);
+  ImGui::DestroyContext(next), ImGui::DestroyContext(current);
 }
 
 // Each flaw is refused with the one line of the first failing check, and the library unmapped;
