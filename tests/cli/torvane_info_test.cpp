@@ -61,7 +61,6 @@ TEST_F(TorvaneHost, Types) {
   ExpectHas(Torvane("types OBB").out,
             {"    rotation: Matrix3 = {m00: 1, m01: 0, m02: 0, m10: 0, m11: 1, m12: 0, m20: 0, m21: 0, m22: 1}\n"});
   ExpectHas(Torvane("types Vector3").out, {"  methods: 1\n    Normalized() -> Vector3\n"});
-  ExpectHas(Torvane("types FloatVector").out, {"  kind: vector of Float\n"});
   ExpectHas(Torvane("types RotationOrder").out,
             {"  kind: enum\n", "  values: 8\n    Default = 4\n    XY = 6\n    XYZ = 5\n    XZY = 3\n    YXZ = 4\n"
                                "    YZX = 1\n    ZXY = 2\n    ZYX = 0\n"});

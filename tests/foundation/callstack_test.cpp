@@ -91,18 +91,16 @@ TEST(Callstack, NamesTheCallerWithItsSourceFileAndLine) {
   EXPECT_TRUE(frames.empty());
 }
 
+// The walk stops at 128 frames, skip taken from what it found; a shallow stack is walked to its end.
 TEST(Callstack, StopsAt128Frames) {
   tv::Callstack frames;
   Recurse(200, frames, 0);
   ASSERT_EQ(frames.size(), 128u);
   for (const tv::CallstackFrame& frame : frames) EXPECT_TRUE(Names(frame, "Recurse")) << frame.symbol;
-  // The limit applies to the walk; skip is taken from what it found.
   Recurse(200, frames, 5);
   EXPECT_EQ(frames.size(), 123u);
-  // A shallow stack is walked to its end, well below the limit.
   Recurse(3, frames, 0);
-  EXPECT_LT(frames.size(), 128u);
-  ASSERT_GE(frames.size(), 5u);
+  ASSERT_TRUE(frames.size() >= 5u && frames.size() < 128u) << frames.size();
   for (size_t i = 0; i < 4; ++i) EXPECT_TRUE(Names(frames[i], "Recurse")) << frames[i].symbol;
   EXPECT_TRUE(Names(frames[4], "StopsAt128Frames")) << frames[4].symbol;
 }
@@ -118,11 +116,6 @@ TEST(Callstack, WalksFromASavedContext) {
   EXPECT_GE(frames[0].line, uint32_t(context_line));
   EXPECT_LE(frames[0].line, uint32_t(context_line + 1));
   EXPECT_TRUE(Names(frames[1], "WalksFromASavedContext")) << frames[1].symbol;
-
-  tv::Callstack skipped;
-  CaptureFromSavedContext(skipped, 1);
-  ASSERT_EQ(skipped.size(), frames.size() - 1);
-  EXPECT_TRUE(Names(skipped[0], "WalksFromASavedContext")) << skipped[0].symbol;
 }
 
 // The crash reporter's case: the context of a fault, handed to an SA_SIGINFO handler, starts the
