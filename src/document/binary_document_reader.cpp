@@ -254,10 +254,6 @@ uint32_t BinaryDocumentReader::GetValueSize(const BinaryDocumentNode& node) cons
   }
 }
 
-size_t BinaryDocumentReader::EntryLength(uint32_t index) const {
-  return size_t(strings[index + 1] - strings[index]) - 1;
-}
-
 const char* BinaryDocumentReader::Text(uint32_t index, size_t& length) const {
   length = size_t(strings[index + 1] - strings[index]) - 1;
   return reinterpret_cast<const char*>(strings[index]);

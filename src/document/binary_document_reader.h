@@ -161,7 +161,7 @@ private:
   }
   // The text of dictionary entry `index` (checked at load) and its length.
   const char* Text(uint32_t index, size_t& length) const;
-  size_t EntryLength(uint32_t index) const;
+  size_t EntryLength(uint32_t index) const { return size_t(strings[index + 1] - strings[index]) - 1; }
 
   // Reads look names up once in a hash table of the dictionary and then compare 16-bit indices,
   // not texts. A dictionary that holds a text twice (the writer never makes one) or whose texts
