@@ -2,24 +2,21 @@
 // as dictionary indices and copies basic values straight out of the image. The shared walk, which
 // reaches the same document only through the reader interface, is the oracle: for documents in
 // the writer's order and for documents with every irregularity a file may hold, both walks must
-// leave the same objects.
+// leave the same objects and give the same answer.
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "core/core_registration.h"
-#include "document/binary_document_reader.h"
-#include "document/binary_document_writer.h"
-#include "document/json_document_writer.h"
 #include "document/type_serialization.h"
+#include "document_test_support.h"
+#include "forwarding_reader.h"
 #include "math/rotation_order.h"
 #include "reflection/math_type_names.h"
 #include "reflection/type_registration.h"
 #include "reflection/type_registry.h"
-#include "forwarding_reader.h"
 
 namespace walk_test {
 
@@ -27,12 +24,10 @@ struct Base {
   int32_t id = 0;
   std::string label;
 };
-
 struct Inner {
   float weight = 0;
   std::vector<int32_t> values;
 };
-
 struct Sample : Base {
   bool flag = false;
   char letter = 'z';
@@ -48,7 +43,6 @@ struct Sample : Base {
   std::vector<Inner> inners;
   int32_t stored = 0;  // reached only through the "Hidden" property
 };
-
 struct HiddenAccess {
   static int32_t Get(const Sample& sample) { return sample.stored; }
   static void Set(Sample& sample, const int32_t& value) { sample.stored = value; }
@@ -67,8 +61,6 @@ namespace {
 using walk_test::Base;
 using walk_test::Inner;
 using walk_test::Sample;
-
-using tv_test::ForwardingReader;
 
 class BinaryWalk : public ::testing::Test {
 protected:
@@ -99,15 +91,9 @@ protected:
     sample->AddField("Inners", new tv::ClassField<Sample, std::vector<Inner>>(&Sample::inners));
   }
 
-  // The object both walks leave from `write`'s document, as JSON text (every field written), and
-  // the two answers of Deserialize.
-  struct Outcome {
-    std::string text;
-    bool answer = false;
-  };
-  Outcome Read(tv::DocumentReader& reader) {
-    // Away from the defaults, so that a skipped read and a default set on failure both show.
-    Sample read;
+  // Deserialize's answer and the object it leaves, as JSON text with every field written.
+  std::string Read(tv::DocumentReader& reader) {
+    Sample read;  // away from the defaults, so that a skipped read and a default set on failure show
     read.flag = true;
     read.letter = 'q';
     read.shift = 1;
@@ -115,47 +101,28 @@ protected:
     read.level = 2;
     read.port = 3;
     read.name = "before";
-    Outcome outcome;
-    outcome.answer = tv::Deserialize(reader, &read, sample, nullptr, "");
+    const bool answer = tv::Deserialize(reader, &read, sample, nullptr, "");
     EXPECT_EQ(reader.GetScopeName(), "root");
     tv::JSONDocumentWriter writer;
     EXPECT_TRUE(tv::Serialize(writer, &read, sample, nullptr, ""));
-    outcome.text = writer.SaveToString();
-    return outcome;
+    return (answer ? "true " : "false ") + writer.SaveToString();
   }
 
-  void ExpectSameObjects(const std::function<void(tv::BinaryDocumentWriter&)>& write, Outcome* binary_outcome = nullptr) {
-    tv::BinaryDocumentWriter writer;
-    write(writer);
-    tv::BinaryData image;
-    ASSERT_TRUE(writer.Save(image));
-    tv::BinaryDocumentReader direct;
-    ASSERT_TRUE(direct.Load(image));
-    ASSERT_TRUE(direct.HasUniqueNames());
-    tv::BinaryDocumentReader forwarded_target;
-    ASSERT_TRUE(forwarded_target.Load(image));
-    ForwardingReader forwarded(forwarded_target);
-    const Outcome binary = Read(direct);
-    const Outcome shared = Read(forwarded);
-    EXPECT_EQ(binary.answer, shared.answer);
-    EXPECT_EQ(binary.text, shared.text);
-    if (binary_outcome != nullptr) *binary_outcome = binary;
+  // Both walks over `image` leave the same object and answer; returns what the binary walk gave.
+  std::string ExpectSameObjects(const tv_test::Bytes& image) {
+    tv::BinaryDocumentReader direct, forwarded_target;
+    EXPECT_TRUE(tv_test::LoadBytes(direct, image));
+    EXPECT_TRUE(direct.HasUniqueNames());
+    EXPECT_TRUE(tv_test::LoadBytes(forwarded_target, image));
+    tv_test::ForwardingReader forwarded(forwarded_target);
+    const std::string binary = Read(direct);
+    EXPECT_EQ(binary, Read(forwarded));
+    return binary;
   }
 
   tv::TypeRegistry registry;
   tv::Type* sample = nullptr;
 };
-
-void WriteInner(tv::BinaryDocumentWriter& writer, float weight, std::vector<int> values) {
-  writer.Write("Weight", weight);
-  writer.EnterScope("Values");
-  for (int value : values) {
-    writer.EnterScope("slot");
-    writer.Write("value", value);
-    writer.ExitScope();
-  }
-  writer.ExitScope();
-}
 
 TEST_F(BinaryWalk, DocumentsInTheWritersOrderReadAlike) {
   Sample full;
@@ -174,97 +141,33 @@ TEST_F(BinaryWalk, DocumentsInTheWritersOrderReadAlike) {
   full.inner = Inner{2.5f, {1, -2, 3}};
   full.inners = {Inner{1, {}}, Inner{2, {7}}};
   full.stored = 99;
-  Outcome outcome;
-  ExpectSameObjects([&](tv::BinaryDocumentWriter& writer) { ASSERT_TRUE(tv::Serialize(writer, &full, sample, nullptr, "")); }, &outcome);
-  EXPECT_TRUE(outcome.answer);
+  tv::BinaryDocumentWriter writer;
+  ASSERT_TRUE(tv::Serialize(writer, &full, sample, nullptr, ""));
   tv::JSONDocumentWriter expected;
   ASSERT_TRUE(tv::Serialize(expected, &full, sample, nullptr, ""));
-  EXPECT_EQ(outcome.text, expected.SaveToString());
+  EXPECT_EQ(ExpectSameObjects(tv_test::ImageOf(writer)), "true " + expected.SaveToString());
 }
 
 TEST_F(BinaryWalk, IrregularDocumentsReadAlike) {
-  using Write = std::function<void(tv::BinaryDocumentWriter&)>;
-  const std::vector<std::pair<const char*, Write>> documents = {
-      {"scopes and values in reverse order, base scope last",
-       [](tv::BinaryDocumentWriter& w) {
-         w.EnterScope("Inner");
-         WriteInner(w, 3, {4, 5});
-         w.ExitScope();
-         w.EnterScope("Inners");
-         w.EnterScope("slot");
-         WriteInner(w, 6, {});
-         w.ExitScope();
-         w.ExitScope();
-         w.Write("Scale", 2.0f);
-         w.Write("Port", 80u);
-         w.Write("Flag", false);
-         w.Write("Order", std::string("XZY"));
-         w.Write("Hidden", 17);
-         w.Write("Count", 3);
-         w.EnterScope("WalkBase");
-         w.Write("Label", std::string("late"));
-         w.Write("Id", 4);
-         w.ExitScope();
-       }},
-      {"values outside the ranges of narrow fields",
-       [](tv::BinaryDocumentWriter& w) {
-         w.Write("Letter", 300);
-         w.Write("Shift", 40000);
-         w.Write("Level", 256u);
-         w.Write("Port", 70000u);
-         w.Write("Count", 5);
-       }},
-      {"values of the wrong kind",
-       [](tv::BinaryDocumentWriter& w) {
-         w.Write("Count", 2.0f);
-         w.Write("Flag", 1);
-         w.Write("Name", 8);
-         w.Write("Mask", -1);
-         w.Write("Scale", 3u);
-         w.Write("Hidden", std::string("x"));
-         w.Write("Order", std::string("NoSuchOrder"));
-       }},
-      {"repeated names, foreign scopes between slots, slots without a value",
-       [](tv::BinaryDocumentWriter& w) {
-         w.Write("Count", 1);
-         w.Write("Count", 2);
-         w.Write("Name", std::string("first"));
-         w.Write("Name", std::string("second"));
-         w.EnterScope("Count");
-         w.ExitScope();
-         w.EnterScope("Inner");
-         w.EnterScope("Values");
-         w.EnterScope("slot");
-         w.Write("value", 1);
-         w.ExitScope();
-         w.EnterScope("Other");
-         w.Write("value", 9);
-         w.ExitScope();
-         w.EnterScope("slot");
-         w.Write("other", 3);
-         w.ExitScope();
-         w.EnterScope("slot");
-         w.Write("value", 2.0f);
-         w.ExitScope();
-         w.EnterScope("slot");
-         w.Write("value", 4);
-         w.ExitScope();
-         w.ExitScope();
-         w.ExitScope();
-         w.EnterScope("Inner");
-         w.Write("Weight", 8.0f);
-         w.ExitScope();
-       }},
-      {"no slot anywhere, an empty document",
-       [](tv::BinaryDocumentWriter& w) {
-         w.EnterScope("Inners");
-         w.ExitScope();
-       }},
-      {"an empty document", [](tv::BinaryDocumentWriter&) {}},
+  const char* const documents[] = {
+      // scopes and values in reverse order, the base scope last
+      "Inner{Weight=3f Values{slot{value=4} slot{value=5}}} Inners{slot{Weight=6f Values{}}} Scale=2f Port=80u "
+      "Flag=false Order='XZY' Hidden=17 Count=3 WalkBase{Label='late' Id=4}",
+      // values outside the ranges of narrow fields
+      "Letter=300 Shift=40000 Level=256u Port=70000u Count=5",
+      // values of the wrong kind
+      "Count=2f Flag=1 Name=8 Mask=-1 Scale=3u Hidden='x' Order='NoSuchOrder'",
+      // repeated names, foreign scopes between slots, slots without a value
+      "Count=1 Count=2 Name='first' Name='second' Count{} Inner{Values{slot{value=1} Other{value=9} slot{other=3} "
+      "slot{value=2f} slot{value=4}}} Inner{Weight=8f}",
+      "Inners{}",
+      "",
   };
-  for (const auto& [what, write] : documents) {
-    SCOPED_TRACE(what);
-    ExpectSameObjects(write);
+  for (const char* document : documents) {
+    SCOPED_TRACE(document);
+    tv::BinaryDocumentWriter writer;
+    ASSERT_TRUE(tv_test::WriteScript(writer, document));
+    ExpectSameObjects(tv_test::ImageOf(writer));
   }
 }
 

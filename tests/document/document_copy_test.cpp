@@ -3,109 +3,31 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <limits>
 #include <string>
-#include <vector>
 
-#include "document/binary_document_reader.h"
-#include "document/binary_document_writer.h"
 #include "document/document_copy.h"
-#include "document/json_document_reader.h"
-#include "document/json_document_writer.h"
-#include "document/xml_document_reader.h"
-#include "document/xml_document_writer.h"
+#include "document_test_support.h"
+
+using namespace tv;
+using tv_test::ExpectScript;
+using tv_test::WriteScript;
 
 namespace {
 
-// One line per scope ("/"-joined path) and one per value (path, name, kind and value), in walk
-// order; scopes named `skip` are left out with what they hold.
-void Dump(tv::DocumentReader& reader, const std::string& path, std::vector<std::string>& out,
-          const std::vector<std::string>& skip) {
-  std::vector<tv::DocumentValueInfo> values;
-  EXPECT_TRUE(reader.ListValues(values));
-  for (const tv::DocumentValueInfo& info : values) {
-    const char* name = info.name.c_str();
-    std::string text = "?";
-    bool flag;
-    int number;
-    unsigned natural;
-    float real;
-    std::string string;
-    tv::BinaryData block;
-    char buffer[32];
-    switch (info.kind) {
-    case tv::DocumentValueBool:
-      if (reader.Read(name, flag)) text = flag ? "bool true" : "bool false";
-      break;
-    case tv::DocumentValueInt:
-      if (reader.Read(name, number)) text = "int " + std::to_string(number);
-      break;
-    case tv::DocumentValueUnsigned:
-      if (reader.Read(name, natural)) text = "unsigned " + std::to_string(natural);
-      break;
-    case tv::DocumentValueFloat:
-      if (reader.Read(name, real)) {
-        std::snprintf(buffer, sizeof(buffer), "float %.9g", double(real));
-        text = buffer;
-      }
-      break;
-    case tv::DocumentValueString:
-      if (reader.Read(name, string)) text = "string '" + string + "'";
-      break;
-    case tv::DocumentValueBinary:
-      if (reader.Read(name, block)) text = "binary " + std::string(block.data.begin(), block.data.begin() + block.size);
-      break;
-    default: text = "other"; break;
-    }
-    out.push_back(path + " " + info.name + " = " + text);
-  }
-  if (!reader.EnterFirstChild()) return;
-  do {
-    const std::string name = reader.GetScopeName();
-    if (std::find(skip.begin(), skip.end(), name) != skip.end()) continue;
-    out.push_back(path + "/" + name);
-    Dump(reader, path + "/" + name, out, skip);
-  } while (reader.EnterNextSibling());
-}
-
-std::vector<std::string> Dump(tv::DocumentReader& reader, const std::vector<std::string>& skip = {}) {
-  std::vector<std::string> out;
-  Dump(reader, "root", out, skip);
-  EXPECT_EQ(reader.GetScopeName(), "root");
-  return out;
-}
-
-// Copies `reader` into a writer of each form and loads what it made.
-void CopyInto(tv::DocumentReader& reader, tv::BinaryDocumentReader& out) {
-  tv::BinaryDocumentWriter writer;
+void Copy(DocumentReader& source, DocumentWriter& writer) {
   std::string error;
-  ASSERT_TRUE(tv::CopyDocument(reader, writer, error)) << error;
+  EXPECT_TRUE(CopyDocument(source, writer, error)) << error;
   EXPECT_EQ(error, "");
-  tv::BinaryData image;
-  ASSERT_TRUE(writer.Save(image));
-  ASSERT_TRUE(out.Load(image));
 }
-template <typename Reader, typename Writer>
-void CopyInto(tv::DocumentReader& reader, Reader& out, std::string* text = nullptr) {
-  Writer writer;
+void CopyToBinary(DocumentReader& source, BinaryDocumentReader& out) {
+  BinaryDocumentWriter writer;
+  Copy(source, writer);
+  ASSERT_TRUE(tv_test::LoadBytes(out, tv_test::ImageOf(writer)));
+}
+std::string CopyError(DocumentReader& source, DocumentWriter& writer) {
   std::string error;
-  ASSERT_TRUE(tv::CopyDocument(reader, writer, error)) << error;
-  const std::string saved = writer.SaveToString();
-  if (text != nullptr) *text = saved;
-  ASSERT_TRUE(out.LoadFromString(saved)) << saved;
-}
-void CopyInto(tv::DocumentReader& reader, tv::JSONDocumentReader& out) {
-  CopyInto<tv::JSONDocumentReader, tv::JSONDocumentWriter>(reader, out);
-}
-void CopyInto(tv::DocumentReader& reader, tv::XMLDocumentReader& out, std::string* text = nullptr) {
-  CopyInto<tv::XMLDocumentReader, tv::XMLDocumentWriter>(reader, out, text);
-}
-
-std::string CopyError(tv::DocumentReader& reader, tv::DocumentWriter& writer) {
-  std::string error;
-  EXPECT_FALSE(tv::CopyDocument(reader, writer, error));
+  EXPECT_FALSE(CopyDocument(source, writer, error));
   return error;
 }
 
@@ -123,170 +45,123 @@ const char* const kSceneXML =
     "</Scene>\n"
     "<Settings Quality=\"high\"/>\n";
 
+// XML to binary to JSON and back to XML keeps every scope and value with the kind its text reads
+// as; comments and the declaration are no data, and "Document" is only the root's values again.
 TEST(DocumentCopy, XMLThroughBinaryAndJSONBackToXMLKeepsEveryScopeAndValue) {
-  tv::XMLDocumentReader source;
+  const std::string root = "Version=3 Title='caf\xc3\xa9 & \"bar\"' Ratio=0.25f";
+  const std::string content = root +
+                              " Scene{Name='Demo' Enabled=true"
+                              " Node{Visible=false Count=-4 Mask=4000000000u Scale=1.5f Empty=''}"
+                              " Node{Count=2 Transform{x=-0.75f y=12 z=0.01f} Tags{}} Node{Label='tab\there'}}"
+                              " Settings{Quality='high'}";
+  XMLDocumentReader source;
   ASSERT_TRUE(source.LoadFromString(kSceneXML));
-  // Comments and the declaration are no data; "Document" is the root's values a second time.
-  const std::vector<std::string> original = Dump(source, {"**invalid**"});
-  const std::vector<std::string> content = Dump(source, {"**invalid**", "Document"});
-  ASSERT_EQ(original.size(), 27u);
-  EXPECT_EQ(original[0], "root Version = int 3");
-  EXPECT_EQ(original[1], "root Title = string 'caf\xc3\xa9 & \"bar\"'");
+  BinaryDocumentReader binary;
+  CopyToBinary(source, binary);
+  ExpectScript(binary, content);
+  JSONDocumentWriter to_json;
+  Copy(binary, to_json);
+  JSONDocumentReader json;
+  ASSERT_TRUE(json.LoadFromString(to_json.SaveToString()));
+  ExpectScript(json, content);
+  XMLDocumentWriter to_xml;
+  Copy(json, to_xml);
+  XMLDocumentReader xml;
+  ASSERT_TRUE(xml.LoadFromString(to_xml.SaveToString()));
+  ExpectScript(xml, root + " Document{" + root + "}" + content.substr(root.size()));
 
-  tv::BinaryDocumentReader binary;
-  CopyInto(source, binary);
-  EXPECT_EQ(Dump(binary), content);
-  tv::JSONDocumentReader json;
-  CopyInto(binary, json);
-  EXPECT_EQ(Dump(json), content);
-  tv::XMLDocumentReader xml;
-  std::string text;
-  CopyInto(json, xml, &text);
-  EXPECT_EQ(Dump(xml), original);
-  EXPECT_EQ(text.find("<Document"), 0u) << text;
-
-  // Straight to XML again: the same text as by way of the other forms.
-  tv::XMLDocumentReader again;
-  ASSERT_TRUE(again.LoadFromString(kSceneXML));
-  std::string direct;
-  tv::XMLDocumentReader direct_reader;
-  CopyInto(again, direct_reader, &direct);
-  EXPECT_EQ(direct, text);
+  // Straight to XML: the same text as by way of the other forms.
+  XMLDocumentWriter direct;
+  Copy(source, direct);
+  EXPECT_EQ(direct.SaveToString(), to_xml.SaveToString());
 }
 
-TEST(DocumentCopy, EveryKindAndBinaryBlocksSurviveBetweenBinaryDocuments) {
-  tv::BinaryDocumentWriter writer;
-  tv::BinaryData block;
-  block.Write("\x00\x01raw\xff", 6);
-  writer.Write("Flag", true);
-  writer.Write("Low", std::numeric_limits<int>::min());
-  writer.Write("High", std::numeric_limits<unsigned>::max());
-  writer.Write("Small", 0.1f);  // no text form keeps it to the bit
-  writer.Write("Name", std::string("with space"));
-  writer.Write("Block", block);
-  writer.Write("Empty block", tv::BinaryData());
-  writer.EnterScope("with space");
-  writer.EnterScope("Inner");
-  writer.ExitScope();
-  writer.ExitScope();
-  tv::BinaryData image;
-  ASSERT_TRUE(writer.Save(image));
-  tv::BinaryDocumentReader source;
-  ASSERT_TRUE(source.Load(image));
-
-  tv::BinaryDocumentReader copy;
-  CopyInto(source, copy);
-  EXPECT_EQ(Dump(copy), Dump(source));
-  tv::BinaryDocumentWriter rewriter;
-  std::string error;
-  ASSERT_TRUE(tv::CopyDocument(copy, rewriter, error));
-  tv::BinaryData reimage;
-  ASSERT_TRUE(rewriter.Save(reimage));
-  EXPECT_EQ(std::vector<uint8_t>(reimage.data.begin(), reimage.data.begin() + reimage.size),
-            std::vector<uint8_t>(image.data.begin(), image.data.begin() + image.size));
+// Between binary documents every kind survives to the bit, blocks and odd names included, and a
+// copy of the copy is the same file image.
+TEST(DocumentCopy, BinaryToBinaryKeepsEveryKindAndTheImage) {
+  const std::string script = "Flag=true Low=-2147483648 High=4294967295u Small=0.1f Name='with space' "
+                             "Block=#0001726177ff Empty block=# with space{Inner{}}";
+  BinaryDocumentWriter writer;
+  ASSERT_TRUE(WriteScript(writer, script));
+  BinaryDocumentReader source, copy;
+  ASSERT_TRUE(tv_test::LoadBytes(source, tv_test::ImageOf(writer)));
+  CopyToBinary(source, copy);
+  ExpectScript(copy, script);
+  BinaryDocumentWriter again;
+  Copy(copy, again);
+  EXPECT_EQ(tv_test::ImageOf(again), tv_test::ImageOf(writer));
 }
 
-TEST(DocumentCopy, ABinaryBlockGoingToATextFormIsRefused) {
-  tv::BinaryDocumentWriter writer;
-  writer.Write("Count", 3u);
-  writer.EnterScope("Mesh");
-  writer.EnterScope("Stream");
-  tv::BinaryData block;
-  block.Write("abcd", 4);
-  writer.Write("Positions", block);
-  writer.ExitScope();
-  writer.ExitScope();
-  tv::BinaryData image;
-  ASSERT_TRUE(writer.Save(image));
-  tv::BinaryDocumentReader source;
-  ASSERT_TRUE(source.Load(image));
-
-  tv::JSONDocumentWriter json;
-  EXPECT_EQ(CopyError(source, json), "'Positions' in 'Mesh/Stream' is a binary block, which only a binary document can hold");
-  ASSERT_TRUE(source.Load(image));
-  tv::XMLDocumentWriter xml;
-  EXPECT_EQ(CopyError(source, xml), "'Positions' in 'Mesh/Stream' is a binary block, which only a binary document can hold");
-}
-
+// Values go first, only the first value of a name is copied, and scopes keep their order.
 TEST(DocumentCopy, ValuesGoFirstAndOnlyTheFirstOfANameIsCopied) {
-  tv::JSONDocumentReader source;
+  JSONDocumentReader source;
   ASSERT_TRUE(source.LoadFromString("{\"A\": {\"x\": 1}, \"v\": 1, \"v\": true, \"B\": {}, \"w\": 0.5, \"A\": {}}"));
-  tv::BinaryDocumentReader copy;
-  CopyInto(source, copy);
-  EXPECT_EQ(Dump(copy), (std::vector<std::string>{"root v = int 1", "root w = float 0.5", "root/A", "root/A x = int 1",
-                                                  "root/B", "root/A"}));
+  BinaryDocumentReader copy;
+  CopyToBinary(source, copy);
+  ExpectScript(copy, "v=1 w=0.5f A{x=1} B{} A{}");
 }
 
+// The first "Document" scope at the start scope is left out only where it repeats the root values.
 TEST(DocumentCopy, TheRootValuesScopeIsLeftOutOnlyWhereItRepeatsTheRootValues) {
-  const struct {
-    const char* json;
-    std::vector<std::string> copied;
-  } cases[] = {
-      {"{\"a\": 1, \"Document\": {\"a\": 1}}", {"root a = int 1"}},
-      {"{\"a\": 1, \"Document\": {\"a\": 2}}", {"root a = int 1", "root/Document", "root/Document a = int 2"}},
-      {"{\"a\": 1, \"Document\": {\"a\": 1, \"C\": {}}}",
-       {"root a = int 1", "root/Document", "root/Document a = int 1", "root/Document/C"}},
-      // Only the first "Document", and only at the start scope.
-      {"{\"Document\": {}, \"Document\": {}, \"S\": {\"Document\": {}}}", {"root/Document", "root/S", "root/S/Document"}},
+  const std::pair<const char*, const char*> rows[] = {
+      {"{\"a\": 1, \"Document\": {\"a\": 1}}", "a=1"},
+      {"{\"a\": 1, \"Document\": {\"a\": 2}}", "a=1 Document{a=2}"},
+      {"{\"a\": 1, \"Document\": {\"a\": 1, \"C\": {}}}", "a=1 Document{a=1 C{}}"},
+      {"{\"Document\": {}, \"Document\": {}, \"S\": {\"Document\": {}}}", "Document{} S{Document{}}"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.json);
-    tv::JSONDocumentReader source;
-    ASSERT_TRUE(source.LoadFromString(c.json));
-    tv::BinaryDocumentReader copy;
-    CopyInto(source, copy);
-    EXPECT_EQ(Dump(copy), c.copied);
+  for (const auto& [json, copied] : rows) {
+    JSONDocumentReader source;
+    ASSERT_TRUE(source.LoadFromString(json));
+    BinaryDocumentReader copy;
+    CopyToBinary(source, copy);
+    ExpectScript(copy, copied);
   }
 }
 
-TEST(DocumentCopy, WhatNoReadTakesIsRefusedWithItsPlace) {
-  const struct {
-    const char* json;
-    const char* error;
-  } cases[] = {
+// What a target can't hold, or no read takes, or the writer refuses ends the copy with its place.
+TEST(DocumentCopy, WhatCantBeCopiedIsRefusedWithItsPlace) {
+  const std::pair<const char*, const char*> rows[] = {
       {"{\"S\": {\"T\": {\"List\": [1, 2]}}}", "'List' in 'S/T' is of a kind that no read takes (such as a JSON array)"},
       {"{\"Nothing\": null}", "'Nothing' in the root scope is of a kind that no read takes (such as a JSON array)"},
       {"{\"X\": {}, \"X\": 5}", "'X' in the root scope cannot be read: a scope of that name stands before it"},
       {"{\"A\\u0000B\": 1}", "a value name in the root scope holds a NUL byte"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.json);
-    tv::JSONDocumentReader source;
-    ASSERT_TRUE(source.LoadFromString(c.json));
-    tv::BinaryDocumentWriter writer;
-    EXPECT_EQ(CopyError(source, writer), c.error);
+  for (const auto& [json, error] : rows) {
+    JSONDocumentReader source;
+    ASSERT_TRUE(source.LoadFromString(json));
+    BinaryDocumentWriter writer;
+    EXPECT_EQ(CopyError(source, writer), error);
   }
-}
 
-TEST(DocumentCopy, AWriteTheWriterRefusesEndsTheCopy) {
+  BinaryDocumentWriter with_block;
+  ASSERT_TRUE(WriteScript(with_block, "Count=3u Mesh{Stream{Positions=#61626364}}"));
+  BinaryDocumentReader source;
+  JSONDocumentWriter json;
+  XMLDocumentWriter xml;
+  for (DocumentWriter* text_form : std::initializer_list<DocumentWriter*>{&json, &xml}) {
+    ASSERT_TRUE(tv_test::LoadBytes(source, tv_test::ImageOf(with_block)));
+    EXPECT_EQ(CopyError(source, *text_form),
+              "'Positions' in 'Mesh/Stream' is a binary block, which only a binary document can hold");
+  }
   // JSON has no form for a float that is not finite.
-  tv::BinaryDocumentWriter writer;
-  writer.EnterScope("Light");
-  writer.Write("Range", std::numeric_limits<float>::infinity());
-  writer.ExitScope();
-  tv::BinaryData image;
-  ASSERT_TRUE(writer.Save(image));
-  tv::BinaryDocumentReader source;
-  ASSERT_TRUE(source.Load(image));
-  tv::JSONDocumentWriter json;
-  EXPECT_EQ(CopyError(source, json), "cannot write 'Range' in 'Light'");
+  BinaryDocumentWriter infinite;
+  ASSERT_TRUE(WriteScript(infinite, "Light{Range=inff}"));
+  ASSERT_TRUE(tv_test::LoadBytes(source, tv_test::ImageOf(infinite)));
+  JSONDocumentWriter refusing;
+  EXPECT_EQ(CopyError(source, refusing), "cannot write 'Range' in 'Light'");
 }
 
 TEST(DocumentCopy, DeepDocumentsAreCopiedWithoutRecursion) {
-  std::string text;
-  for (int i = 0; i < 900; ++i) text += "{\"A\": ";
-  text += "{\"Bottom\": true}";
-  for (int i = 0; i < 900; ++i) text += "}";
-  tv::JSONDocumentReader source;
+  std::string text = "{\"Bottom\": true}";
+  for (int i = 0; i < 900; ++i) text = "{\"A\": " + text + "}";
+  JSONDocumentReader source;
   ASSERT_TRUE(source.LoadFromString("{\"Top\": " + text + "}"));
-  tv::BinaryDocumentReader copy;
-  CopyInto(source, copy);
+  BinaryDocumentReader copy;
+  CopyToBinary(source, copy);
   int depth = 0;
   while (copy.EnterFirstChild()) ++depth;
   EXPECT_EQ(depth, 901);  // Top and 900 times A
-  bool bottom = false;
-  EXPECT_TRUE(copy.Read("Bottom", bottom));
-  EXPECT_TRUE(bottom);
+  ExpectScript(copy, "Bottom=true");
 }
 
 } // namespace

@@ -5,10 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "document/binary_document_reader.h"
-#include "document/binary_document_writer.h"
 #include "document/document_open.h"
-#include "document_fixture.h"
+#include "document_test_support.h"
 
 using namespace tv;
 
@@ -16,72 +14,57 @@ namespace {
 
 class DocumentOpen : public tv_test::DocumentTest {};
 
-TEST_F(DocumentOpen, WritingGoesByTheExtensionAlone) {
-  const std::vector<std::pair<std::string, DocumentFormat>> cases = {
+// Writing goes by the extension alone, case aside; reading takes the three form extensions without
+// opening the file.
+TEST_F(DocumentOpen, ExtensionsDecideWithoutOpeningTheFile) {
+  const std::pair<std::string, DocumentFormat> writing[] = {
       {"a.bin", DocumentFormatBinary}, {"a.json", DocumentFormatJSON},  {"a.scn", DocumentFormatJSON},
       {"a.mat", DocumentFormatJSON},   {"a.anm", DocumentFormatJSON},   {"a.xml", DocumentFormatXML},
       {"A.XML", DocumentFormatXML},    {"d/s.Scn", DocumentFormatJSON}, {"a.xml.bak", DocumentFormatUnknown},
       {"a", DocumentFormatUnknown},    {"a.", DocumentFormatUnknown},   {"dir.json/a", DocumentFormatUnknown},
       {"dir.json\\a", DocumentFormatUnknown}, {".json", DocumentFormatJSON}, {"a.txt", DocumentFormatUnknown},
   };
-  for (const auto& [path, format] : cases) EXPECT_EQ(GuessDocumentFormatForWriting(path), format) << path;
-  EXPECT_TRUE(tv_test::TakeLog().empty());
-}
-
-TEST_F(DocumentOpen, ReadingTakesKnownExtensionsWithoutOpeningTheFile) {
-  EXPECT_EQ(GuessDocumentFormatForReading("missing.bin"), DocumentFormatBinary);
-  EXPECT_EQ(GuessDocumentFormatForReading("missing.JSON"), DocumentFormatJSON);
-  EXPECT_EQ(GuessDocumentFormatForReading("missing.Xml"), DocumentFormatXML);
+  for (const auto& [path, format] : writing) EXPECT_EQ(GuessDocumentFormatForWriting(path), format) << path;
   temp.Put("json_in_disguise.xml", "{}");
-  EXPECT_EQ(GuessDocumentFormatForReading("json_in_disguise.xml"), DocumentFormatXML);
+  const std::pair<std::string, DocumentFormat> reading[] = {
+      {"missing.bin", DocumentFormatBinary}, {"missing.JSON", DocumentFormatJSON},
+      {"missing.Xml", DocumentFormatXML},    {"json_in_disguise.xml", DocumentFormatXML}};
+  for (const auto& [path, format] : reading) EXPECT_EQ(GuessDocumentFormatForReading(path), format) << path;
   EXPECT_TRUE(tv_test::TakeLog().empty());
 }
 
-TEST_F(DocumentOpen, ReadingJudgesOtherFilesByTheirFirstBytes) {
-  const std::vector<std::pair<std::string, DocumentFormat>> cases = {
-      {"{}", DocumentFormatJSON},
-      {"{\"Scene\": {}}", DocumentFormatJSON},
-      {"<Scene/>", DocumentFormatXML},
-      {"<?", DocumentFormatXML},
-      {std::string("NBIN\0\0\0\0", 8), DocumentFormatBinary},
-      {"NBIN", DocumentFormatBinary},
-      {"NBIX", DocumentFormatUnknown},
-      {"Nothing at all", DocumentFormatUnknown},
-      {"NBI", DocumentFormatUnknown},
-      {" {}", DocumentFormatUnknown},  // no white space is skipped
-      {"\xEF\xBB\xBF<A/>", DocumentFormatUnknown},
-      {"{", DocumentFormatUnknown},    // under 2 bytes
+// Other files are judged by their first bytes, with no white space skipped; text in memory by its
+// first byte alone. A missing file is reported and Unknown.
+TEST_F(DocumentOpen, OtherFilesAreJudgedByTheirFirstBytes) {
+  const std::pair<std::string, DocumentFormat> rows[] = {
+      {"{}", DocumentFormatJSON},     {"{\"Scene\": {}}", DocumentFormatJSON},
+      {"<Scene/>", DocumentFormatXML}, {"<?", DocumentFormatXML},
+      {std::string("NBIN\0\0\0\0", 8), DocumentFormatBinary}, {"NBIN", DocumentFormatBinary},
+      {"NBIX", DocumentFormatUnknown}, {"Nothing at all", DocumentFormatUnknown},
+      {"NBI", DocumentFormatUnknown},  {" {}", DocumentFormatUnknown},
+      {"\xEF\xBB\xBF<A/>", DocumentFormatUnknown}, {"{", DocumentFormatUnknown},  // under 2 bytes
       {"", DocumentFormatUnknown},
   };
-  int index = 0;
-  for (const auto& [content, format] : cases) {
-    const std::string name = "file" + std::to_string(index++) + ".scn";
-    temp.Put(name, content);
-    EXPECT_EQ(GuessDocumentFormatForReading(name), format) << content;
+  for (const auto& [content, format] : rows) {
+    temp.Put("file.scn", content);
+    EXPECT_EQ(GuessDocumentFormatForReading("file.scn"), format) << content;
   }
   EXPECT_TRUE(tv_test::TakeLog().empty());
-}
+  EXPECT_EQ(GuessDocumentFormat("{\"a\": 1}"), DocumentFormatJSON);
+  EXPECT_EQ(GuessDocumentFormat("<a/>"), DocumentFormatXML);
+  for (const char* text : {" <a/>", "NBIN", ""}) EXPECT_EQ(GuessDocumentFormat(text), DocumentFormatUnknown);
 
-TEST_F(DocumentOpen, AMissingFileOfUnknownExtensionIsReportedAndUnknown) {
   EXPECT_EQ(GuessDocumentFormatForReading("nowhere.scn"), DocumentFormatUnknown);
   const std::vector<tv_test::LogLine> lines = tv_test::TakeLog();
   ASSERT_FALSE(lines.empty());
   EXPECT_EQ(lines.back(), (tv_test::LogLine{"error", "Unable to determine document 'nowhere.scn' type, file not found"}));
-
   tv::filesystem = nullptr;
   EXPECT_EQ(GuessDocumentFormatForReading("nowhere.mat"), DocumentFormatUnknown);
   EXPECT_EQ(tv_test::TakeLog(), (std::vector<tv_test::LogLine>{
                                     {"error", "Unable to determine document 'nowhere.mat' type, file not found"}}));
 }
 
-TEST_F(DocumentOpen, TextInMemoryIsJudgedByItsFirstByte) {
-  EXPECT_EQ(GuessDocumentFormat("{\"a\": 1}"), DocumentFormatJSON);
-  EXPECT_EQ(GuessDocumentFormat("<a/>"), DocumentFormatXML);
-  EXPECT_EQ(GuessDocumentFormat(" <a/>"), DocumentFormatUnknown);
-  EXPECT_EQ(GuessDocumentFormat("NBIN"), DocumentFormatUnknown);
-  EXPECT_EQ(GuessDocumentFormat(""), DocumentFormatUnknown);
-}
-
+// The class of the form, guessed or given; nothing for a form that is none or can't be told.
 TEST_F(DocumentOpen, OpensTheClassOfTheFormAndNothingForOthers) {
   EXPECT_NE(dynamic_cast<XMLDocumentReader*>(OpenDocumentReader("a.xml").get()), nullptr);
   EXPECT_NE(dynamic_cast<JSONDocumentReader*>(OpenDocumentReader("a.json").get()), nullptr);
@@ -99,57 +82,41 @@ TEST_F(DocumentOpen, OpensTheClassOfTheFormAndNothingForOthers) {
   temp.Put("other.dat", "plain text");
   EXPECT_EQ(OpenDocumentReader("other.dat"), nullptr);
   EXPECT_TRUE(tv_test::TakeLog().empty());
-  EXPECT_EQ(OpenDocumentReader("missing.dat"), nullptr);
 }
 
 // Callers take a null reader as a request for the binary form: a real binary file of any name
-// loads that way, a file whose first byte is "N" and the rest anything else fails at Load.
+// loads that way; "NBIN" alone opens as binary and is refused by Load for its short head.
 TEST_F(DocumentOpen, AFileOfUnknownExtensionIsTriedAsBinary) {
   BinaryDocumentWriter writer;
-  writer.EnterScope("Mesh");
-  writer.Write("Count", 12u);
-  writer.ExitScope();
+  ASSERT_TRUE(tv_test::WriteScript(writer, "Mesh{Count=12u}"));
   ASSERT_TRUE(writer.Save("mesh.geo"));
   temp.Put("notes.geo", "Not a document");
   temp.Put("short.geo", "NBIN");
-
   std::unique_ptr<DocumentReader> reader = OpenDocumentReader("mesh.geo");
   ASSERT_NE(dynamic_cast<BinaryDocumentReader*>(reader.get()), nullptr);
   ASSERT_TRUE(reader->Load("mesh.geo"));
-  ASSERT_TRUE(reader->EnterFirstChild());
-  EXPECT_EQ(reader->GetScopeName(), "Mesh");
-  unsigned count = 0;
-  EXPECT_TRUE(reader->Read("Count", count));
-  EXPECT_EQ(count, 12u);
-
+  tv_test::ExpectScript(*reader, "Mesh{Count=12u}");
   EXPECT_EQ(OpenDocumentReader("notes.geo"), nullptr);
-  BinaryDocumentReader fallback;
-  EXPECT_FALSE(fallback.Load("notes.geo"));
-  // "NBIN" alone opens as binary, and is refused by Load for its short head.
+  EXPECT_FALSE(BinaryDocumentReader().Load("notes.geo"));
   reader = OpenDocumentReader("short.geo");
   ASSERT_NE(dynamic_cast<BinaryDocumentReader*>(reader.get()), nullptr);
   EXPECT_FALSE(reader->Load("short.geo"));
   EXPECT_TRUE(tv_test::TakeLog().empty());
 }
 
-// A scene file is written as JSON by its extension and read back by its first byte.
+// What the writer of a guessed form saves, the reader of the guessed form loads; a scene file is
+// JSON by its extension and read back by its first byte.
 TEST_F(DocumentOpen, WrittenAndReadBackThroughTheGuessedForms) {
   for (const char* name : {"level.scn", "level.xml", "level.json", "level.bin"}) {
     SCOPED_TRACE(name);
     std::unique_ptr<DocumentWriter> writer = OpenDocumentWriter(name);
     ASSERT_NE(writer, nullptr);
-    writer->EnterScope("Scene");
-    writer->Write("Nodes", 3);
-    writer->ExitScope();
+    ASSERT_TRUE(tv_test::WriteScript(*writer, "Scene{Nodes=3}"));
     ASSERT_TRUE(writer->Save(name));
-
     std::unique_ptr<DocumentReader> reader = OpenDocumentReader(name);
     ASSERT_NE(reader, nullptr);
     ASSERT_TRUE(reader->Load(name));
-    ASSERT_TRUE(reader->EnterFirstChild());
-    int nodes = 0;
-    EXPECT_TRUE(reader->Read("Nodes", nodes));
-    EXPECT_EQ(nodes, 3);
+    tv_test::ExpectScript(*reader, "Scene{Nodes=3}");
   }
   EXPECT_EQ(temp.Get("level.scn").substr(0, 1), "{");
 }

@@ -1,4 +1,5 @@
-// The generic walk between typed objects and documents, through the binary document pair.
+// The generic walk between typed objects and documents, through the binary document pair: the
+// document forms it writes, what it reads back from documents it did not write, and how it fails.
 
 #include <gtest/gtest.h>
 
@@ -7,39 +8,29 @@
 #include <vector>
 
 #include "core/core_registration.h"
-#include "document/binary_document_reader.h"
-#include "document/binary_document_writer.h"
-#include "document/binary_document_support.h"
 #include "document/document_scope.h"
-#include "document/enum_type_serializer.h"
 #include "document/serialization_context.h"
 #include "document/type_serialization.h"
-#include "file/log_capture.h"
-#include "foundation/globals.h"
+#include "document_test_support.h"
 #include "scene/metadata.h"
 #include "scene/transform.h"
 #include "serialize_test_types.h"
 
 namespace {
 
-using serialize_test::Holder;
-using serialize_test::Loose;
-using serialize_test::Record;
-using serialize_test::Scaled;
-using serialize_test::Settings;
-using serialize_test::Tagged;
-using serialize_test::Wheel;
-using serialize_test::Wrapped;
+using namespace serialize_test;
 using tv_test::Bytes;
 using tv_test::ImageOf;
 using tv_test::LoadBytes;
+
+const Bytes kEmptyDocument = {'N', 'B', 'I', 'N', 0, 0, 0, 0};
 
 class SerializeTest : public tv_test::LogCaptureTest {
 protected:
   void SetUp() override {
     LogCaptureTest::SetUp();
     tv::RegisterCoreTypes(registry);
-    serialize_test::RegisterTestTypes(registry);
+    RegisterTestTypes(registry);
     tv::types = &registry;
   }
   void TearDown() override {
@@ -53,10 +44,9 @@ protected:
   }
 
   // The document of one object at the top, with an empty name; `ok` gets Serialize's answer.
-  Bytes Write(const void* object, tv::Type* type, bool* ok = nullptr, tv::SerializationContext* context = nullptr,
-              const char* name = "") {
+  Bytes Write(const void* object, tv::Type* type, bool* ok = nullptr, tv::SerializationContext* context = nullptr) {
     tv::BinaryDocumentWriter writer;
-    const bool written = tv::Serialize(writer, object, type, context, name);
+    const bool written = tv::Serialize(writer, object, type, context, "");
     if (ok != nullptr) *ok = written;
     else EXPECT_TRUE(written);
     return ImageOf(writer);
@@ -66,123 +56,91 @@ protected:
     return Write(&object, TypeOf<T>());
   }
 
-  bool Read(const Bytes& image, void* object, tv::Type* type, tv::DeserializationContext* context = nullptr,
-            const char* name = "") {
+  bool Read(const Bytes& image, void* object, tv::Type* type, tv::DeserializationContext* context = nullptr) {
     tv::BinaryDocumentReader reader;
     EXPECT_TRUE(LoadBytes(reader, image));
-    return tv::Deserialize(reader, object, type, context, name);
+    return tv::Deserialize(reader, object, type, context, "");
   }
   template <typename T>
   bool Read(const Bytes& image, T& object) {
     return Read(image, &object, TypeOf<T>());
   }
+  template <typename T>
+  bool ReadScript(const std::string& script, T& object) {
+    return Read(ImageOfScript(script), object);
+  }
 
-  // Names of the elements at the root of a document, in file order.
-  static std::vector<std::string> RootNames(const Bytes& image) {
+  static Bytes ImageOfScript(const std::string& script) {
+    tv::BinaryDocumentWriter writer;
+    EXPECT_TRUE(tv_test::WriteScript(writer, script));
+    return ImageOf(writer);
+  }
+  static void ExpectImage(const Bytes& image, const std::string& script) {
     tv::BinaryDocumentReader reader;
-    EXPECT_TRUE(LoadBytes(reader, image));
-    std::vector<std::string> names;
-    for (const tv::BinaryDocumentNode& node : reader.GetCurrentChildren())
-      names.emplace_back(reinterpret_cast<const char*>(reader.strings[node.name]));
-    return names;
+    ASSERT_TRUE(LoadBytes(reader, image));
+    tv_test::ExpectScript(reader, script);
   }
 
   tv::TypeRegistry registry;
 };
 
-const Bytes kEmptyDocument = tv_test::FromHex({'N', 'B', 'I', 'N', 0, 0, 0, 0});
-
-TEST_F(SerializeTest, DefaultObjectWritesNoField) {
+// A field at its default is not written, in a nested value neither; a base whose fields all have
+// their defaults leaves no scope, and without its scope the base's fields are not touched. Inside
+// a base's scope a missing value takes its default.
+TEST_F(SerializeTest, DefaultsAreLeftOut) {
   EXPECT_EQ(Write(Settings()), kEmptyDocument);
-
-  Settings changed;
-  changed.count = 6;
-  changed.offset.y = 2;
-  const Bytes image = Write(changed);
-  EXPECT_EQ(RootNames(image), (std::vector<std::string>{"Count", "Offset"}));
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  ASSERT_TRUE(tv::EnterScope(reader, "Offset"));
-  // Inside the Vector3 only the coordinate that is not at its default.
-  float y = 0, x = 0;
-  EXPECT_TRUE(reader.Read("y", y));
-  EXPECT_FALSE(reader.Read("x", x));
-  EXPECT_EQ(y, 2);
-
-  Settings back;
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_EQ(back.count, 6);
-  EXPECT_EQ(back.offset, tv::Vector3(0, 2, 0));
-}
-
-TEST_F(SerializeTest, BaseWithAllDefaultsLeavesNoScope) {
   EXPECT_EQ(Write(Wheel()), kEmptyDocument);
+  Settings settings;
+  settings.count = 6;
+  settings.offset.y = 2;
+  ExpectImage(Write(settings), "Count=6 Offset{y=2f}");
+  Settings settings_back;
+  ASSERT_TRUE(Read(Write(settings), settings_back));
+  EXPECT_TRUE(settings_back.count == 6 && settings_back.offset == tv::Vector3(0, 2, 0));
 
-  Wheel wheel;
+  Wheel wheel, untouched;
   wheel.radius = 2;
-  EXPECT_EQ(RootNames(Write(wheel)), std::vector<std::string>{"Radius"});
-
-  wheel.weight = 3;
-  const Bytes image = Write(wheel);
-  EXPECT_EQ(RootNames(image), (std::vector<std::string>{"Part", "Radius"}));
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  ASSERT_TRUE(tv::EnterScope(reader, "Part"));
-  ASSERT_EQ(reader.GetCurrentChildren().size(), 1u);  // only "Weight"
-  int weight = 0;
-  EXPECT_TRUE(reader.Read("Weight", weight));
-
-  Wheel back;
-  back.enabled = false;
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_EQ(back.weight, 3);
-  EXPECT_EQ(back.radius, 2);
-  // Inside the base's scope a missing value takes its default.
-  EXPECT_TRUE(back.enabled);
-
-  // Without the scope the base's fields are not touched.
-  wheel.weight = 0;
-  Wheel untouched;
+  ExpectImage(Write(wheel), "Radius=2f");
   untouched.enabled = false;
   ASSERT_TRUE(Read(Write(wheel), untouched));
-  EXPECT_FALSE(untouched.enabled);
-  EXPECT_EQ(untouched.radius, 2);
+  EXPECT_TRUE(!untouched.enabled && untouched.radius == 2);
+  wheel.weight = 3;
+  ExpectImage(Write(wheel), "Radius=2f Part{Weight=3}");
+  Wheel back;
+  back.enabled = false;
+  ASSERT_TRUE(Read(Write(wheel), back));
+  EXPECT_TRUE(back.enabled && back.weight == 3 && back.radius == 2);
 }
 
+// A core component writes only what differs from its defaults, its base included; properties are
+// read through a temporary and stored by their setters; a missing scope leaves a field as it was.
 TEST_F(SerializeTest, CoreComponentWritesOnlyWhatDiffersFromItsDefaults) {
   tv::Type* transform_type = registry.GetType("Transform");
   auto transform = std::make_shared<tv::Transform>();
   EXPECT_EQ(Write(transform.get(), transform_type), kEmptyDocument);
-
   transform->SetEnabled(false);
   transform->SetPosition(tv::Vector3(1, 0, 0));
   const Bytes image = Write(transform.get(), transform_type);
-  EXPECT_EQ(RootNames(image), (std::vector<std::string>{"Component", "Position"}));
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  ASSERT_TRUE(tv::EnterScope(reader, "Component"));
-  bool enabled = true, shown = false;
-  EXPECT_TRUE(reader.Read("Enabled", enabled));
-  EXPECT_FALSE(enabled);
-  EXPECT_FALSE(reader.Read("ShowInEditor", shown));
-
-  // Properties are read through a temporary and stored by their setters.
+  ExpectImage(image, "Component{Enabled=false} Position{x=1f}");
   auto back = std::make_shared<tv::Transform>();
   back->SetScale(tv::Vector3(2, 2, 2));
   ASSERT_TRUE(Read(image, back.get(), transform_type));
   EXPECT_FALSE(back->GetEnabled());
   EXPECT_TRUE(back->GetShowInEditor());
   EXPECT_EQ(back->GetPosition(), tv::Vector3(1, 0, 0));
-  EXPECT_EQ(back->GetScale(), tv::Vector3(2, 2, 2));  // no scope: left as it was
+  EXPECT_EQ(back->GetScale(), tv::Vector3(2, 2, 2));
 
-  auto metadata = std::make_shared<tv::Metadata>();
+  auto metadata = std::make_shared<tv::Metadata>(), metadata_back = std::make_shared<tv::Metadata>();
   metadata->SetData("free text");
-  auto metadata_back = std::make_shared<tv::Metadata>();
-  ASSERT_TRUE(Read(Write(metadata.get(), registry.GetType("Metadata")), metadata_back.get(),
-                   registry.GetType("Metadata")));
+  tv::Type* metadata_type = registry.GetType("Metadata");
+  ASSERT_TRUE(Read(Write(metadata.get(), metadata_type), metadata_back.get(), metadata_type));
   EXPECT_EQ(metadata_back->GetData(), "free text");
 }
 
+// Fields go in name order, basic ones as values and others as scopes; a field without a default is
+// written even at its zero value; vectors are "slot" scopes, basic elements under "value", class
+// elements with their fields in the slot; an empty vector is an empty scope and reads back empty.
+// "Hidden" is excluded from writing, yet read.
 TEST_F(SerializeTest, FieldsGoInNameOrderAsValuesOrScopes) {
   Record record;
   record.id = 7;
@@ -190,87 +148,65 @@ TEST_F(SerializeTest, FieldsGoInNameOrderAsValuesOrScopes) {
   record.points = {tv::Vector3(1, 2, 3), tv::Vector3()};
   record.order = tv::RotationOrder::XZY;
   record.hidden = true;
-  const Bytes image = Write(record);
-  // "Hidden" is excluded; a field without a default is written even at its zero value.
-  EXPECT_EQ(RootNames(image), (std::vector<std::string>{"Id", "Order", "Points", "Values"}));
-
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  std::string order;
-  ASSERT_TRUE(reader.Read("Order", order));
-  EXPECT_EQ(order, "XZY");
-  ASSERT_TRUE(tv::EnterScope(reader, "Values"));
-  EXPECT_EQ(tv::CountScopes(reader, "slot"), 3);
-  ASSERT_TRUE(reader.EnterFirstChild());
-  int value = 0;
-  ASSERT_TRUE(reader.Read("value", value));
-  EXPECT_EQ(value, 1);
-  ASSERT_TRUE(tv::ExitScopes(reader, 2));
-  ASSERT_TRUE(tv::EnterPath(reader, "Points/slot"));
-  // An element of a class has its fields directly in its slot.
-  float z = 0;
-  ASSERT_TRUE(reader.Read("z", z));
-  EXPECT_EQ(z, 3);
-
+  ExpectImage(Write(record),
+              "Id=7 Order='XZY' Points{slot{x=1f y=2f z=3f} slot{}} Values{slot{value=1} slot{value=-2} slot{value=3}}");
   Record back;
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_EQ(back.id, 7);
-  EXPECT_EQ(back.values, record.values);
-  EXPECT_EQ(back.points, record.points);
-  EXPECT_EQ(back.order, tv::RotationOrder::XZY);
-  EXPECT_FALSE(back.hidden);
-}
+  ASSERT_TRUE(Read(Write(record), back));
+  record.hidden = false;
+  EXPECT_EQ(back, record);
 
-TEST_F(SerializeTest, ExcludedFieldIsStillRead) {
-  tv::BinaryDocumentWriter writer;
-  writer.Write("Hidden", true);
-  writer.Write("Id", 1);
-  writer.EnterScope("Values");
-  writer.ExitScope();
-  writer.EnterScope("Points");
-  writer.ExitScope();
-  writer.Write("Order", "ZYX");
-  Record back;
-  ASSERT_TRUE(Read(ImageOf(writer), back));
+  ExpectImage(Write(Record()), "Id=0 Order='ZYX' Points{} Values{}");
+  ASSERT_TRUE(Read(Write(Record()), back));
+  EXPECT_EQ(back, Record());
+  ASSERT_TRUE(ReadScript("Hidden=true Id=1 Values{} Points{} Order='ZYX'", back));
   EXPECT_TRUE(back.hidden);
 }
 
-TEST_F(SerializeTest, VectorOfNoElementsIsAnEmptyScopeAndReadsBackEmpty) {
-  Record record;
-  const Bytes image = Write(record);
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  ASSERT_TRUE(tv::EnterScope(reader, "Values"));
-  EXPECT_FALSE(reader.EnterFirstChild());
-
-  Record back;
-  back.values = {4, 5, 6};
-  back.points = {tv::Vector3(1, 1, 1)};
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_TRUE(back.values.empty());
-  EXPECT_TRUE(back.points.empty());
-}
-
+// A foreign scope between slots keeps the indexes dense; an element that fails stays as the resize
+// made it.
 TEST_F(SerializeTest, ForeignScopeBetweenSlotsKeepsTheIndexesDense) {
-  tv::BinaryDocumentWriter writer;
-  for (int value : {10, 20, 30}) {
-    writer.EnterScope("slot");
-    writer.Write("value", value);
-    writer.ExitScope();
-    if (value == 10) {
-      writer.EnterScope("Comment");
-      writer.Write("value", 99);
-      writer.ExitScope();
-    }
-  }
-  writer.EnterScope("slot");  // an element that fails stays as the resize made it
-  writer.Write("value", std::string("not a number"));
-  writer.ExitScope();
   std::vector<int32_t> values;
-  ASSERT_TRUE(Read(ImageOf(writer), values));
+  ASSERT_TRUE(ReadScript("slot{value=10} Comment{value=99} slot{value=20} slot{value=30} slot{value='not a number'}",
+                         values));
   EXPECT_EQ(values, (std::vector<int32_t>{10, 20, 30, 0}));
 }
 
+// Narrow integers are int and unsigned values; out of range or of the wrong kind they read as
+// missing, and a missing basic value takes its default.
+TEST_F(SerializeTest, NarrowTypesAndMissingOrRefusedValues) {
+  Settings settings;
+  settings.letter = -5;
+  settings.shift = -300;
+  settings.level = 200;
+  settings.scale = 0.75f;
+  settings.label = "label";
+  ExpectImage(Write(settings), "Label='label' Letter=-5 Level=200u Scale=0.75f Shift=-300");
+  Settings back;
+  ASSERT_TRUE(Read(Write(settings), back));
+  EXPECT_TRUE(back.letter == -5 && back.shift == -300 && back.level == 200 && back.scale == 0.75f &&
+              back.label == "label");
+
+  Settings refused;
+  refused.count = refused.level = refused.letter = refused.shift = 9;
+  refused.label = "kept?";
+  ASSERT_TRUE(ReadScript("Count='five' Level=300u Letter=200 Shift=-40000 Scale=2.5f", refused));
+  EXPECT_TRUE(refused.count == 5 && refused.level == 0 && refused.letter == 0 && refused.shift == 0);
+  EXPECT_EQ(refused.scale, 2.5f);
+  EXPECT_EQ(refused.label, "");
+}
+
+// A missing value without a default fails the read, leaves the field, and the walk goes on.
+TEST_F(SerializeTest, MissingValueWithoutDefaultFailsButTheWalkGoesOn) {
+  Record record;
+  record.id = 9;
+  record.order = tv::RotationOrder::XY;
+  EXPECT_FALSE(ReadScript("Values{slot{value=8}}", record));
+  EXPECT_EQ(record.id, 9);
+  EXPECT_EQ(record.order, tv::RotationOrder::XY);
+  EXPECT_EQ(record.values, std::vector<int32_t>{8});
+}
+
+// A basic value needs a name, both ways.
 TEST_F(SerializeTest, BasicValueWithAnEmptyNameFailsBothWays) {
   tv::Type* int_type = TypeOf<int32_t>();
   const int32_t value = 42;
@@ -278,7 +214,6 @@ TEST_F(SerializeTest, BasicValueWithAnEmptyNameFailsBothWays) {
   EXPECT_FALSE(tv::Serialize(writer, &value, int_type, nullptr, ""));
   EXPECT_EQ(writer.position, 0u);
   EXPECT_TRUE(tv::Serialize(writer, &value, int_type, nullptr, "v"));
-
   tv::BinaryDocumentReader reader;
   ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
   int32_t read = 7;
@@ -288,303 +223,144 @@ TEST_F(SerializeTest, BasicValueWithAnEmptyNameFailsBothWays) {
   EXPECT_EQ(read, 42);
 }
 
-TEST_F(SerializeTest, NarrowTypesAreIntAndUnsignedValues) {
-  Settings settings;
-  settings.letter = -5;
-  settings.shift = -300;
-  settings.level = 200;
-  settings.scale = 0.75f;
-  settings.label = "label";
-  const Bytes image = Write(settings);
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  int letter = 0, shift = 0;
-  unsigned level = 0;
-  ASSERT_TRUE(reader.Read("Letter", letter));
-  ASSERT_TRUE(reader.Read("Shift", shift));
-  ASSERT_TRUE(reader.Read("Level", level));
-  EXPECT_EQ(letter, -5);
-  EXPECT_EQ(shift, -300);
-  EXPECT_EQ(level, 200u);
-
-  Settings back;
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_EQ(back.letter, -5);
-  EXPECT_EQ(back.shift, -300);
-  EXPECT_EQ(back.level, 200);
-  EXPECT_EQ(back.scale, 0.75f);
-  EXPECT_EQ(back.label, "label");
-}
-
-TEST_F(SerializeTest, MissingOrRefusedBasicValueTakesTheDefault) {
-  tv::BinaryDocumentWriter writer;
-  writer.Write("Count", std::string("five"));  // wrong kind
-  writer.Write("Level", 300u);                 // out of range of UnsignedChar
-  writer.Write("Letter", 200);                 // out of range of Char
-  writer.Write("Shift", -40000);               // out of range of Short
-  writer.Write("Scale", 2.5f);
-  Settings settings;
-  settings.count = 9;
-  settings.level = 9;
-  settings.letter = 9;
-  settings.shift = 9;
-  settings.label = "kept?";
-  ASSERT_TRUE(Read(ImageOf(writer), settings));
-  EXPECT_EQ(settings.count, 5);
-  EXPECT_EQ(settings.level, 0);
-  EXPECT_EQ(settings.letter, 0);
-  EXPECT_EQ(settings.shift, 0);
-  EXPECT_EQ(settings.scale, 2.5f);
-  EXPECT_EQ(settings.label, "");  // missing too: its default is the empty text
-}
-
-TEST_F(SerializeTest, MissingValueWithoutDefaultFailsButTheWalkGoesOn) {
-  tv::BinaryDocumentWriter writer;
-  writer.EnterScope("Values");
-  writer.EnterScope("slot");
-  writer.Write("value", 8);
-  writer.ExitScope();
-  writer.ExitScope();
-  Record record;
-  record.id = 9;
-  record.order = tv::RotationOrder::XY;
-  EXPECT_FALSE(Read(ImageOf(writer), record));
-  EXPECT_EQ(record.id, 9);
-  EXPECT_EQ(record.order, tv::RotationOrder::XY);
-  EXPECT_EQ(record.values, std::vector<int32_t>{8});
-}
-
-TEST_F(SerializeTest, EnumWithoutANameFailsTheWholeWalk) {
+// Enums are their names. A value without a name fails the whole walk, which leaves what it wrote
+// so far; an unknown name reads as missing: the default, or a failure without one. RotationOrder
+// 4 has two names and writes as "Default"; both read as 4.
+TEST_F(SerializeTest, EnumsAreWrittenAndReadByName) {
   Record record;
   record.id = 3;
   record.order = tv::RotationOrder(7);
   bool ok = true;
-  const Bytes image = Write(&record, TypeOf<Record>(), &ok);
+  const Bytes partial = Write(&record, TypeOf<Record>(), &ok);
   EXPECT_FALSE(ok);
-  // The document stands as written so far: the fields before "Order".
-  EXPECT_EQ(RootNames(image), std::vector<std::string>{"Id"});
-
+  ExpectImage(partial, "Id=3");
   tv::BinaryDocumentWriter writer;
-  const tv::RotationOrder unnamed = tv::RotationOrder(9);
-  EXPECT_FALSE(tv::Serialize(writer, &unnamed, TypeOf<tv::RotationOrder>(), nullptr, "Order"));
-  EXPECT_EQ(writer.position, 0u);
-}
-
-TEST_F(SerializeTest, RotationOrderFourIsWrittenAsDefaultAndEveryNameReads) {
+  const tv::RotationOrder unnamed = tv::RotationOrder(9), yxz = tv::RotationOrder::YXZ;
   tv::Type* order_type = TypeOf<tv::RotationOrder>();
-  tv::BinaryDocumentWriter writer;
-  const tv::RotationOrder yxz = tv::RotationOrder::YXZ;
+  EXPECT_FALSE(tv::Serialize(writer, &unnamed, order_type, nullptr, "Order"));
+  EXPECT_EQ(writer.position, 0u);
   ASSERT_TRUE(tv::Serialize(writer, &yxz, order_type, nullptr, "Order"));
-  writer.Write("Other", std::string("YXZ"));
-  writer.Write("Last", std::string("XY"));
-  writer.Write("Bad", std::string("Sideways"));
+  const tv::Axis rot_z = tv::AxisRotZ;
+  ASSERT_TRUE(tv::Serialize(writer, &rot_z, TypeOf<tv::Axis>(), nullptr, "Axis"));
+  ExpectImage(ImageOf(writer), "Order='Default' Axis='AxisRotZ'");
+
   tv::BinaryDocumentReader reader;
   ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
-  std::string text;
-  ASSERT_TRUE(reader.Read("Order", text));
-  EXPECT_EQ(text, "Default");
-
-  tv::RotationOrder order = tv::RotationOrder::ZYX;
-  ASSERT_TRUE(tv::Deserialize(reader, &order, order_type, nullptr, "Order"));
-  EXPECT_EQ(int(order), 4);
-  order = tv::RotationOrder::ZYX;
-  ASSERT_TRUE(tv::Deserialize(reader, &order, order_type, nullptr, "Other"));
-  EXPECT_EQ(int(order), 4);
-  ASSERT_TRUE(tv::Deserialize(reader, &order, order_type, nullptr, "Last"));
-  EXPECT_EQ(order, tv::RotationOrder::XY);
-  EXPECT_FALSE(tv::Deserialize(reader, &order, order_type, nullptr, "Bad"));
-  EXPECT_EQ(order, tv::RotationOrder::XY);
-
   tv::Axis axis = tv::AxisX;
-  tv::BinaryDocumentWriter axis_writer;
-  const tv::Axis rot_z = tv::AxisRotZ;
-  ASSERT_TRUE(tv::Serialize(axis_writer, &rot_z, TypeOf<tv::Axis>(), nullptr, "Axis"));
-  tv::BinaryDocumentReader axis_reader;
-  ASSERT_TRUE(LoadBytes(axis_reader, ImageOf(axis_writer)));
-  ASSERT_TRUE(axis_reader.Read("Axis", text));
-  EXPECT_EQ(text, "AxisRotZ");
-  ASSERT_TRUE(tv::Deserialize(axis_reader, &axis, TypeOf<tv::Axis>(), nullptr, "Axis"));
+  ASSERT_TRUE(tv::Deserialize(reader, &axis, TypeOf<tv::Axis>(), nullptr, "Axis"));
   EXPECT_EQ(axis, tv::AxisRotZ);
-}
+  ASSERT_TRUE(LoadBytes(reader, ImageOfScript("Order='Default' Other='YXZ' Last='XY' Bad='Sideways'")));
+  const std::pair<const char*, int> reads[] = {{"Order", 4}, {"Other", 4}, {"Last", 6}, {"Bad", -1}};
+  for (const auto& [name, expected] : reads) {
+    tv::RotationOrder order = tv::RotationOrder::ZYX;
+    EXPECT_EQ(tv::Deserialize(reader, &order, order_type, nullptr, name), expected >= 0) << name;
+    EXPECT_EQ(int(order), expected >= 0 ? expected : 0) << name;
+  }
 
-TEST_F(SerializeTest, UnknownEnumNameTakesTheDefaultOrFails) {
-  tv::BinaryDocumentWriter writer;
-  writer.Write("Order", std::string("Sideways"));
-  writer.Write("Id", 1);
-  const Bytes image = ImageOf(writer);
-
+  const Bytes sideways = ImageOfScript("Order='Sideways' Id=1");
   Settings settings;
   settings.order = tv::RotationOrder::XY;
-  EXPECT_TRUE(Read(image, settings));
+  EXPECT_TRUE(Read(sideways, settings));
   EXPECT_EQ(settings.order, tv::RotationOrder::ZYX);
-
-  Record record;
   record.order = tv::RotationOrder::XY;
-  EXPECT_FALSE(Read(image, record));
+  EXPECT_FALSE(Read(sideways, record));
   EXPECT_EQ(record.order, tv::RotationOrder::XY);
   EXPECT_EQ(record.id, 1);
 }
 
-TEST_F(SerializeTest, LaterScopeOfTheSameFieldWins) {
-  tv::BinaryDocumentWriter writer;
-  for (float x : {1.0f, 2.0f}) {
-    writer.EnterScope("Offset");
-    writer.Write("x", x);
-    writer.ExitScope();
-    writer.EnterScope("Position");
-    writer.Write("x", x * 10);
-    writer.ExitScope();
-  }
-  const Bytes image = ImageOf(writer);
+// Scopes are taken in document order: the later scope of one field wins; unknown scopes are
+// ignored.
+TEST_F(SerializeTest, LaterScopeOfTheSameFieldWinsAndUnknownScopesAreIgnored) {
+  const Bytes image = ImageOfScript("Count=8 Offset{x=1f} Position{x=10f} Unknown{Count=77} Offset{x=2f} Position{x=20f}");
   Settings settings;
   ASSERT_TRUE(Read(image, settings));
   EXPECT_EQ(settings.offset.x, 2);
-
+  EXPECT_EQ(settings.count, 8);
   auto transform = std::make_shared<tv::Transform>();
   ASSERT_TRUE(Read(image, transform.get(), registry.GetType("Transform")));
   EXPECT_EQ(transform->GetPosition().x, 20);
 }
 
-TEST_F(SerializeTest, UnknownScopesAreIgnored) {
-  tv::BinaryDocumentWriter writer;
-  writer.EnterScope("Unknown");
-  writer.Write("Count", 77);
-  writer.ExitScope();
-  writer.Write("Count", 8);
-  Settings settings;
-  ASSERT_TRUE(Read(ImageOf(writer), settings));
-  EXPECT_EQ(settings.count, 8);
-}
-
+// A base scope that fails ends the walk at once, inside that scope ("Must" has no default).
 TEST_F(SerializeTest, FailedBaseEndsTheWalkInsideItsScope) {
-  tv::BinaryDocumentWriter writer;
-  writer.Write("After", 1);
-  writer.EnterScope("Strict");  // without "Must", which has no default
-  writer.ExitScope();
-  writer.EnterScope("Tail");
-  writer.EnterScope("slot");
-  writer.Write("value", 5);
-  writer.ExitScope();
-  writer.ExitScope();
   tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, ImageOf(writer)));
+  ASSERT_TRUE(LoadBytes(reader, ImageOfScript("After=1 Strict{} Tail{slot{value=5}}")));
   Loose loose;
   loose.tail = {1, 2};
   EXPECT_FALSE(tv::Deserialize(reader, &loose, TypeOf<Loose>(), nullptr, ""));
   EXPECT_EQ(loose.after, 1);
   EXPECT_EQ(loose.tail, (std::vector<int32_t>{1, 2}));
   EXPECT_EQ(reader.GetScopeName(), "Strict");
-
-  // With the base's value present the whole object reads.
-  tv::BinaryDocumentWriter good;
-  good.EnterScope("Strict");
-  good.Write("Must", 4);
-  good.ExitScope();
-  good.Write("After", 1);
-  good.EnterScope("Tail");
-  good.ExitScope();
-  Loose back;
-  ASSERT_TRUE(Read(ImageOf(good), back));
-  EXPECT_EQ(back.must, 4);
+  Loose good;
+  ASSERT_TRUE(ReadScript("Strict{Must=4} After=1 Tail{}", good));
+  EXPECT_EQ(good.must, 4);
 }
 
+// The context holds the object at the top while a serializer runs, and its stack is balanced on
+// every path, failures included.
 TEST_F(SerializeTest, ContextStackIsBalancedOnEveryPath) {
   tv::SerializationContext write_context;
   tv::DeserializationContext read_context;
   EXPECT_EQ(write_context.GetName(), "SerializationContext");
   EXPECT_EQ(read_context.GetName(), "DeserializationContext");
-
-  Tagged tagged;
+  Tagged tagged, back;
   tagged.value = 12;
-  const Bytes image = Write(&tagged, TypeOf<Tagged>(), nullptr, &write_context);
-  EXPECT_TRUE(write_context.object_stack.empty());
-  Tagged back;
-  ASSERT_TRUE(Read(image, &back, TypeOf<Tagged>(), &read_context));
-  EXPECT_TRUE(read_context.object_stack.empty());
+  ASSERT_TRUE(Read(Write(&tagged, TypeOf<Tagged>(), nullptr, &write_context), &back, TypeOf<Tagged>(), &read_context));
   EXPECT_EQ(back.value, 12);
-
-  // The serializer ran inside the walk's own entry for the object.
-  const auto& calls = serialize_test::TaggedCalls();
+  const auto& calls = TaggedCalls();
   ASSERT_EQ(calls.size(), 2u);
   for (const auto& call : calls) EXPECT_EQ(call.stack_size, 1u);
   EXPECT_EQ(calls[0].top_object, &tagged);
   EXPECT_EQ(calls[1].top_object, &back);
   EXPECT_EQ(calls[0].top_type, "Tagged");
+  EXPECT_TRUE(write_context.object_stack.empty());
+  EXPECT_TRUE(read_context.object_stack.empty());
 
-  // Failures pop as well.
   Record record;
   record.order = tv::RotationOrder(8);
   bool ok = true;
   Write(&record, TypeOf<Record>(), &ok, &write_context);
   EXPECT_FALSE(ok);
-  EXPECT_TRUE(write_context.object_stack.empty());
-  tv::BinaryDocumentWriter failing;
-  failing.EnterScope("Strict");
-  failing.ExitScope();
   Loose loose;
-  EXPECT_FALSE(Read(ImageOf(failing), &loose, TypeOf<Loose>(), &read_context));
+  EXPECT_FALSE(Read(ImageOfScript("Strict{}"), &loose, TypeOf<Loose>(), &read_context));
+  EXPECT_TRUE(write_context.object_stack.empty());
   EXPECT_TRUE(read_context.object_stack.empty());
 }
 
-TEST_F(SerializeTest, SerializerCanHandTheRestToTheGenericWalk) {
-  Tagged tagged;
+// A serializer may hand the rest to the generic walk; skipping the serializer reads the generic
+// form alone. An adapter runs on the way out and in; a document scope wraps the value.
+TEST_F(SerializeTest, SerializersAdaptersAndDocumentScopes) {
+  Tagged tagged, back;
   tagged.value = 3;
-  const Bytes image = Write(tagged);
-  EXPECT_EQ(RootNames(image), (std::vector<std::string>{"Kind", "Value"}));
-
-  tv::BinaryDocumentWriter no_kind;
-  no_kind.Write("Value", 3);
-  Tagged back;
-  EXPECT_FALSE(Read(ImageOf(no_kind), back));
+  ExpectImage(Write(tagged), "Kind='tagged' Value=3");
+  EXPECT_FALSE(ReadScript("Value=3", back));
   EXPECT_EQ(back.value, 0);
-  // Skipping the serializer reads the generic form alone.
   tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, ImageOf(no_kind)));
+  ASSERT_TRUE(LoadBytes(reader, ImageOfScript("Value=3")));
   EXPECT_TRUE(tv::Deserialize(reader, &back, TypeOf<Tagged>(), nullptr, "", true));
   EXPECT_EQ(back.value, 3);
-}
 
-TEST_F(SerializeTest, AdapterRunsOnTheWayOutAndIn) {
-  Scaled scaled;
+  Scaled scaled, scaled_back;
   scaled.amount = 4;
-  const Bytes image = Write(scaled);
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  int amount = 0;
-  ASSERT_TRUE(reader.Read("Amount", amount));
-  EXPECT_EQ(amount, 40);
-  Scaled back;
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_EQ(back.amount, 4);
-}
+  ExpectImage(Write(scaled), "Amount=40");
+  ASSERT_TRUE(Read(Write(scaled), scaled_back));
+  EXPECT_EQ(scaled_back.amount, 4);
 
-TEST_F(SerializeTest, DocumentScopeWrapsTheValue) {
-  Wrapped wrapped;
+  Wrapped wrapped, wrapped_back, missing;
   wrapped.v = 6;
-  const Bytes image = Write(wrapped);
-  EXPECT_EQ(RootNames(image), std::vector<std::string>{"Wrapper"});
-  Wrapped back;
-  ASSERT_TRUE(Read(image, back));
-  EXPECT_EQ(back.v, 6);
-
-  tv::BinaryDocumentWriter bare;
-  bare.Write("V", 6);
-  Wrapped missing;
-  EXPECT_FALSE(Read(ImageOf(bare), missing));
+  ExpectImage(Write(wrapped), "Wrapper{V=6}");
+  ASSERT_TRUE(Read(Write(wrapped), wrapped_back));
+  EXPECT_EQ(wrapped_back.v, 6);
+  EXPECT_FALSE(ReadScript("V=6", missing));
   EXPECT_EQ(missing.v, 0);
 }
 
+// A shared pointer whose type has no serializer and no fields writes an empty scope, reads nothing.
 TEST_F(SerializeTest, SharedPointerWithoutSerializerIsAnEmptyScope) {
-  Holder holder;
+  Holder holder, back;
   holder.marker = 1;
-  const Bytes image = Write(holder);
-  EXPECT_EQ(RootNames(image), (std::vector<std::string>{"Marker", "Scene"}));
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, image));
-  ASSERT_TRUE(tv::EnterScope(reader, "Scene"));
-  EXPECT_EQ(tv_test::ReadEverything(reader), 0u);
-  Holder back;
-  ASSERT_TRUE(Read(image, back));
+  ExpectImage(Write(holder), "Marker=1 Scene{}");
+  ASSERT_TRUE(Read(Write(holder), back));
   EXPECT_EQ(back.marker, 1);
   EXPECT_EQ(back.scene, nullptr);
 }
@@ -595,12 +371,11 @@ TEST_F(SerializeTest, EveryEnumOfTheCoreHasItsSerializer) {
   int enums = 0;
   for (const auto& [name, type] : core.types) {
     if (!type->IsEnum()) continue;
-    SCOPED_TRACE(name);
     ++enums;
-    ASSERT_NE(type->serializer, nullptr);
-    ASSERT_NE(type->serializer->GetStorageType(), nullptr);
-    EXPECT_EQ(type->serializer->GetStorageType()->name, "String");
-    EXPECT_EQ(type->serializer->GetStorageType()->registry, &core);
+    ASSERT_NE(type->serializer, nullptr) << name;
+    ASSERT_NE(type->serializer->GetStorageType(), nullptr) << name;
+    EXPECT_EQ(type->serializer->GetStorageType()->name, "String") << name;
+    EXPECT_EQ(type->serializer->GetStorageType()->registry, &core) << name;
   }
   EXPECT_GE(enums, 2);
 }

@@ -36,6 +36,7 @@ struct Record {
   std::vector<tv::Vector3> points;
   tv::RotationOrder order = tv::RotationOrder::ZYX;
   bool hidden = false;
+  bool operator==(const Record&) const = default;
 };
 
 struct Part {
