@@ -9,14 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "core/core_registration.h"
-#include "document/type_serialization.h"
-#include "document_test_support.h"
 #include "forwarding_reader.h"
-#include "math/rotation_order.h"
-#include "reflection/math_type_names.h"
-#include "reflection/type_registration.h"
-#include "reflection/type_registry.h"
+#include "serialize_test_types.h"
 
 namespace walk_test {
 
@@ -62,10 +56,10 @@ using walk_test::Base;
 using walk_test::Inner;
 using walk_test::Sample;
 
-class BinaryWalk : public ::testing::Test {
+class BinaryWalk : public serialize_test::TypesTest {
 protected:
-  BinaryWalk() {
-    tv::RegisterCoreTypes(registry);
+  void SetUp() override {
+    TypesTest::SetUp();
     tv::Type* base = tv::RegisterValueType<Base>(registry);
     tv::AddMemberField(base, "Id", &Base::id);
     tv::AddMemberField(base, "Label", &Base::label);
@@ -120,7 +114,6 @@ protected:
     return binary;
   }
 
-  tv::TypeRegistry registry;
   tv::Type* sample = nullptr;
 };
 

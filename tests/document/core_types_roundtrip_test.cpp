@@ -8,13 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "core/core_registration.h"
 #include "document/document_format.h"
-#include "document/type_serialization.h"
-#include "document_test_support.h"
-#include "math/color.h"
-#include "math/matrix4.h"
-#include "reflection/type_registry.h"
+#include "serialize_test_types.h"
 
 namespace {
 
@@ -64,18 +59,8 @@ void Fill(void* object, tv::Type* type, uint32_t& seed) {
   }
 }
 
-class CoreTypesRoundTrip : public tv_test::LogCaptureTest {
+class CoreTypesRoundTrip : public serialize_test::TypesTest {
 protected:
-  void SetUp() override {
-    LogCaptureTest::SetUp();
-    tv::RegisterCoreTypes(registry);
-    tv::types = &registry;
-  }
-  void TearDown() override {
-    tv::types = nullptr;
-    LogCaptureTest::TearDown();
-  }
-
   // A value stored as one basic value (an enum, by its name) gets a key at the top: a basic value
   // needs one, and XML has no attribute without a name. Everything else stands in the root scope.
   static const char* TopName(const tv::Type* type) {
@@ -110,8 +95,6 @@ protected:
 
   static constexpr tv::DocumentFormat kForms[] = {tv::DocumentFormatXML, tv::DocumentFormatJSON,
                                                   tv::DocumentFormatBinary};
-
-  tv::TypeRegistry registry;
 };
 
 TEST_F(CoreTypesRoundTrip, EveryTypeWithAFactoryComesBackTheSameInEveryForm) {
@@ -145,20 +128,6 @@ TEST_F(CoreTypesRoundTrip, EveryTypeWithAFactoryComesBackTheSameInEveryForm) {
   EXPECT_GE(round_trips, 3 * 45);
   EXPECT_GE(with_content, 35);
   EXPECT_TRUE(tv_test::TakeLog().empty());
-}
-
-// Beside the image comparison above: the values themselves come back equal.
-TEST_F(CoreTypesRoundTrip, MathValuesComeBackEqualInEveryForm) {
-  const tv::Matrix4 matrix(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12.5f);
-  const std::vector<tv::Color> colors = {tv::Color(1, 0.5f, 0.25f, 1), tv::Color()};
-  for (const tv::DocumentFormat format : kForms) {
-    tv::Matrix4 matrix_back;
-    std::vector<tv::Color> colors_back = {tv::Color(9, 9, 9, 9)};
-    ASSERT_TRUE(RoundTrip(format, &matrix, &matrix_back, registry.GetType("Matrix4")));
-    ASSERT_TRUE(RoundTrip(format, &colors, &colors_back, registry.GetType("ColorVector")));
-    EXPECT_EQ(matrix_back, matrix) << format;
-    EXPECT_EQ(colors_back, colors) << format;
-  }
 }
 
 // JSON keeps 4 decimals, rounded up; XML and binary keep a float as it is.

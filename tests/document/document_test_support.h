@@ -41,7 +41,6 @@ protected:
     tv::filesystem = nullptr;
     LogCaptureTest::TearDown();
   }
-
   TempFolder temp;
   tv::Filesystem files;
 };
@@ -49,12 +48,10 @@ protected:
 struct XMLForm {
   using Reader = tv::XMLDocumentReader;
   using Writer = tv::XMLDocumentWriter;
-  static constexpr const char* kExtension = "xml";
 };
 struct JSONForm {
   using Reader = tv::JSONDocumentReader;
   using Writer = tv::JSONDocumentWriter;
-  static constexpr const char* kExtension = "json";
 };
 
 using Bytes = std::vector<uint8_t>;
@@ -70,16 +67,6 @@ inline tv::BinaryData ToData(const Bytes& bytes) {
   return data;
 }
 inline bool LoadBytes(tv::BinaryDocumentReader& reader, const Bytes& bytes) { return reader.Load(ToData(bytes)); }
-
-// The scope names met by a child loop over the current scope.
-inline std::vector<std::string> ChildNames(tv::DocumentReader& reader) {
-  std::vector<std::string> names;
-  if (!reader.EnterFirstChild()) return names;
-  do {
-    names.push_back(reader.GetScopeName());
-  } while (reader.EnterNextSibling());
-  return names;
-}
 
 // Which reads take the value `name`: letters of i(nt) u(nsigned) f(loat) b(ool) s(tring) x (block).
 // A refused read must leave its target unchanged.
@@ -101,20 +88,19 @@ inline std::string KindsThatRead(tv::DocumentReader& reader, const char* name) {
 }
 
 // One step of a script: '{' a scope entered, '}' left, '=' a value of `kind` (a letter as above,
-// or '?') given by `text`.
+// or '?') written as `text`.
 struct ScriptStep {
   char what;
-  std::string name;
+  std::string name = "";
   char kind = 0;
   std::string text = "";
 };
 
 inline std::vector<ScriptStep> ParseScript(const std::string& script) {
   std::vector<ScriptStep> steps;
-  size_t at = 0;
-  while ((at = script.find_first_not_of(' ', at)) != std::string::npos) {
+  for (size_t at = 0; (at = script.find_first_not_of(' ', at)) != std::string::npos;) {
     if (script[at] == '}') {
-      steps.push_back({'}', ""});
+      steps.push_back({'}'});
       ++at;
       continue;
     }
@@ -123,31 +109,19 @@ inline std::vector<ScriptStep> ParseScript(const std::string& script) {
     at = mark + 1;
     if (step.what == '=') {
       size_t end = script.find_first_of(" }", at);
-      if (script[at] == '\'') {  // up to a quote before a space, a } or the end
-        for (end = at + 1; end + 1 < script.size() && !(script[end] == '\'' && (script[end + 1] == ' ' || script[end + 1] == '}'));)
+      if (script[at] == '\'') {
+        for (end = at + 1; end + 1 < script.size() && (script[end] != '\'' || (script[end + 1] != ' ' && script[end + 1] != '}'));)
           ++end;
         ++end;
       }
-      step.text = script.substr(at, end - at);
+      const std::string text = step.text = script.substr(at, end - at);
       at = end;
-      const char first = step.text.empty() ? 0 : step.text[0], last = step.text.empty() ? 0 : step.text.back();
-      step.kind = step.text == "true" || step.text == "false" ? 'b'
-                  : first == '\'' ? 's' : first == '#' ? 'x' : first == '?' ? '?' : last == 'u' ? 'u' : last == 'f' ? 'f' : 'i';
+      step.kind = text == "true" || text == "false" ? 'b' : text[0] == '\'' ? 's' : text[0] == '#' ? 'x'
+                  : text[0] == '?' ? '?' : text.back() == 'u' ? 'u' : text.back() == 'f' ? 'f' : 'i';
     }
     steps.push_back(step);
   }
   return steps;
-}
-
-// The text of a block as a script writes it.
-inline std::string BlockText(const tv::BinaryData& block) {
-  std::string text = "#";
-  char hex[3];
-  for (uint32_t i = 0; i < block.size; ++i) {
-    std::snprintf(hex, sizeof(hex), "%02x", block.data[i]);
-    text += hex;
-  }
-  return text;
 }
 
 inline bool WriteScript(tv::DocumentWriter& writer, const std::string& script) {
@@ -155,15 +129,16 @@ inline bool WriteScript(tv::DocumentWriter& writer, const std::string& script) {
   for (const ScriptStep& step : ParseScript(script)) {
     const char* name = step.name.c_str();
     const std::string& text = step.text;
-    if (step.what == '{') ok &= writer.EnterScope(name);
-    else if (step.what == '}') ok &= writer.ExitScope();
-    else if (step.kind == 's') ok &= writer.Write(name, text.substr(1, text.size() - 2));
-    else if (step.kind == 'b') ok &= writer.Write(name, text == "true");
-    else if (step.kind == 'u') ok &= writer.Write(name, unsigned(std::stoul(text)));
-    else if (step.kind == 'f') ok &= writer.Write(name, std::stof(text));
-    else if (step.kind == 'i') ok &= writer.Write(name, std::stoi(text));
-    else if (step.kind == 'x') {
-      tv::BinaryData block;
+    tv::BinaryData block;
+    switch (step.what == '=' ? step.kind : step.what) {
+    case '{': ok &= writer.EnterScope(name); break;
+    case '}': ok &= writer.ExitScope(); break;
+    case 's': ok &= writer.Write(name, text.substr(1, text.size() - 2)); break;
+    case 'b': ok &= writer.Write(name, text == "true"); break;
+    case 'u': ok &= writer.Write(name, unsigned(std::stoul(text))); break;
+    case 'f': ok &= writer.Write(name, std::stof(text)); break;
+    case 'i': ok &= writer.Write(name, std::stoi(text)); break;
+    case 'x':
       for (size_t i = 1; i + 1 < text.size(); i += 2) block.Write(uint8_t(std::stoul(text.substr(i, 2), nullptr, 16)));
       ok &= writer.Write(name, block);
     }
@@ -171,8 +146,9 @@ inline bool WriteScript(tv::DocumentWriter& writer, const std::string& script) {
   return ok;
 }
 
-// The value `step` names, read with the step's kind and written as a script writes that kind.
-inline std::string ReadAsScript(tv::DocumentReader& reader, const ScriptStep& step) {
+// The script's text for a value; from `reader` when given (read with the step's kind), else from
+// the step itself.
+inline std::string ValueText(const ScriptStep& step, tv::DocumentReader* reader = nullptr) {
   const char* name = step.name.c_str();
   char text[32];
   int i;
@@ -182,64 +158,71 @@ inline std::string ReadAsScript(tv::DocumentReader& reader, const ScriptStep& st
   std::string s;
   tv::BinaryData x;
   switch (step.kind) {
-  case 'i': return reader.Read(name, i) ? std::to_string(i) : "(no int)";
-  case 'u': return reader.Read(name, u) ? std::to_string(u) + "u" : "(no unsigned)";
-  case 'b': return reader.Read(name, b) ? (b ? "true" : "false") : "(no bool)";
-  case 's': return reader.Read(name, s) ? "'" + s + "'" : "(no string)";
-  case 'x': return reader.Read(name, x) ? BlockText(x) : "(no block)";
+  case 'i': return !reader ? std::to_string(std::stoi(step.text)) : reader->Read(name, i) ? std::to_string(i) : "(no int)";
+  case 'u': return !reader ? std::to_string(std::stoul(step.text)) + "u" : reader->Read(name, u) ? std::to_string(u) + "u" : "(no unsigned)";
+  case 'b': return !reader ? step.text : reader->Read(name, b) ? (b ? "true" : "false") : "(no bool)";
+  case 's': return !reader ? step.text : reader->Read(name, s) ? "'" + s + "'" : "(no string)";
   case 'f':
-    if (!reader.Read(name, f)) return "(no float)";
-    std::snprintf(text, sizeof(text), "%.9gf", double(f));
+    if (reader && !reader->Read(name, f)) return "(no float)";
+    std::snprintf(text, sizeof(text), "%.9gf", double(reader ? f : std::stof(step.text)));
     return text;
-  default: return KindsThatRead(reader, name).empty() ? "?" : "(read as " + KindsThatRead(reader, name) + ")";
+  case 'x':
+    if (!reader) return step.text;
+    if (!reader->Read(name, x)) return "(no block)";
+    s = "#";
+    for (uint32_t at = 0; at < x.size; ++at) {
+      std::snprintf(text, sizeof(text), "%02x", x.data[at]);
+      s += text;
+    }
+    return s;
+  default: return !reader || KindsThatRead(*reader, name).empty() ? "?" : "(read as " + KindsThatRead(*reader, name) + ")";
   }
 }
 
-// A value's text as `ReadAsScript` gives it back.
-inline std::string CanonicalText(const ScriptStep& step) {
-  char text[32];
-  if (step.kind == 'i') return std::to_string(std::stoi(step.text));
-  if (step.kind == 'u') return std::to_string(std::stoul(step.text)) + "u";
-  if (step.kind != 'f') return step.text;
-  std::snprintf(text, sizeof(text), "%.9gf", double(std::stof(step.text)));
-  return text;
-}
-
 // Checks that the current scope holds what `script` writes: each value read with its kind, the
-// child scopes in order and no others, and as many values as `ListValues` shows (where it can).
-// Values must stand before the scopes in each scope. The reader ends where it started.
+// child scopes in order and no others, and the values in order as `ListValues` shows them (where
+// it can). Values must stand before the scopes in each scope. The reader ends where it started.
 inline void ExpectScript(tv::DocumentReader& reader, const std::string& script) {
   SCOPED_TRACE("script: " + script);
-  struct Level {
-    size_t values = 0;
-    bool in_child = false;
-  };
-  std::vector<Level> levels(1);
-  const auto close = [&](const Level& level) {
-    EXPECT_FALSE(level.in_child ? reader.EnterNextSibling() : reader.EnterFirstChild())
+  std::vector<std::pair<std::string, bool>> levels(1);  // per open scope: value names, a child entered
+  const auto close = [&](const std::pair<std::string, bool>& level) {
+    EXPECT_FALSE(level.second ? reader.EnterNextSibling() : reader.EnterFirstChild())
         << "a scope beyond the script after " << reader.GetScopeName();
     std::vector<tv::DocumentValueInfo> values;
+    std::string listed;
     if (reader.ListValues(values)) {
-      EXPECT_EQ(values.size(), level.values) << "values in " << reader.GetScopeName();
+      for (const tv::DocumentValueInfo& value : values) listed += value.name + " ";
+      EXPECT_EQ(listed, level.first) << "values in " << reader.GetScopeName();
     }
   };
   for (const ScriptStep& step : ParseScript(script)) {
-    Level& level = levels.back();
+    auto& [names, in_child] = levels.back();
     if (step.what == '=') {
-      EXPECT_FALSE(level.in_child) << "script has a value behind a scope: " << step.name;
-      ++level.values;
-      EXPECT_EQ(ReadAsScript(reader, step), CanonicalText(step)) << step.name << " in " << reader.GetScopeName();
+      EXPECT_FALSE(in_child) << "script has a value behind a scope: " << step.name;
+      names += step.name + " ";
+      EXPECT_EQ(ValueText(step, &reader), ValueText(step)) << step.name << " in " << reader.GetScopeName();
     } else if (step.what == '{') {
-      ASSERT_TRUE(level.in_child ? reader.EnterNextSibling() : reader.EnterFirstChild()) << "no scope " << step.name;
-      level.in_child = true;
+      ASSERT_TRUE(in_child ? reader.EnterNextSibling() : reader.EnterFirstChild()) << "no scope " << step.name;
+      in_child = true;
       EXPECT_EQ(reader.GetScopeName(), step.name);
       levels.emplace_back();
     } else {
-      close(level);
+      close(levels.back());
       levels.pop_back();
     }
   }
   close(levels.back());
+}
+
+inline Bytes ImageOfScript(const std::string& script) {
+  tv::BinaryDocumentWriter writer;
+  EXPECT_TRUE(WriteScript(writer, script));
+  return ImageOf(writer);
+}
+inline void ExpectImage(const Bytes& image, const std::string& script) {
+  tv::BinaryDocumentReader reader;
+  ASSERT_TRUE(LoadBytes(reader, image));
+  ExpectScript(reader, script);
 }
 
 } // namespace tv_test

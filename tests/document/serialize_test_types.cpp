@@ -19,17 +19,14 @@ namespace {
 template <typename Context>
 void RecordCall(Context* context) {
   SerializerCall call;
-  if (context != nullptr) {
-    call.stack_size = context->object_stack.size();
-    if (!context->object_stack.empty()) {
-      call.top_object = context->object_stack.back().second;
-      call.top_type = context->object_stack.back().first->name;
-    }
+  if (context != nullptr && !context->object_stack.empty()) {
+    call.top_object = context->object_stack.back().second;
+    call.top_type = context->object_stack.back().first->name;
   }
+  call.stack_size = context != nullptr ? context->object_stack.size() : 0;
   TaggedCalls().push_back(call);
 }
 
-// Adds a "Kind" value, then lets the generic walk write the rest.
 class TaggedSerializer final : public tv::TypeSerializer {
 public:
   bool Deserialize(tv::DocumentReader& reader, void* object, Type* type, tv::DeserializationContext* context,
@@ -46,7 +43,6 @@ public:
   }
 };
 
-// Ten times the value in the document.
 class TenfoldAdapter final : public tv::FieldAdapter {
 public:
   tv::TypeValue MakeWriteValue(Type* field_type, const void* value, tv::SerializationContext*) const override {

@@ -1,13 +1,15 @@
 #pragma once
-// Small classes with the shapes the serialization tests need, registered in a test registry next
-// to the core's types.
+// Small classes with the shapes the serialization tests need, and a fixture that registers them
+// next to the core's types in the registry of the process.
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "core/core_registration.h"
 #include "document/type_serialization.h"
+#include "document_test_support.h"
 #include "math/rotation_order.h"
 #include "math/vector3.h"
 #include "reflection/math_type_names.h"
@@ -17,8 +19,7 @@
 
 namespace serialize_test {
 
-// Every field has a default.
-struct Settings {
+struct Settings {  // every field has a default
   int32_t count = 5;
   float scale = 1.0f;
   uint8_t level = 0;
@@ -28,9 +29,7 @@ struct Settings {
   tv::RotationOrder order = tv::RotationOrder::ZYX;
   tv::Vector3 offset;
 };
-
-// No field but "Hidden" has a default, so they are always written; "Hidden" never is.
-struct Record {
+struct Record {  // no field but "Hidden" has a default, so they are always written; "Hidden" never is
   int32_t id = 0;
   std::vector<int32_t> values;
   std::vector<tv::Vector3> points;
@@ -38,56 +37,58 @@ struct Record {
   bool hidden = false;
   bool operator==(const Record&) const = default;
 };
-
 struct Part {
   bool enabled = true;
   int32_t weight = 0;
 };
-// A pad in front of the base, so that a missing cast would show.
-struct Wheel : Record, Part {
+struct Wheel : Record, Part {  // a pad in front of the base, so that a missing cast would show
   float radius = 1;
 };
-
-// A base whose field has no default, so that a base scope can fail.
-struct Strict {
+struct Strict {  // a base whose field has no default, so that a base scope can fail
   int32_t must = 0;
 };
 struct Loose : Strict {
   int32_t after = 0;
   std::vector<int32_t> tail;
 };
-
-// Written by TaggedSerializer.
-struct Tagged {
+struct Tagged {  // its serializer writes "Kind" = "tagged", then lets the generic walk go on
   int32_t value = 0;
 };
-
-// Read and written inside a scope of its own.
-struct Wrapped {
+struct Wrapped {  // read and written inside a scope "Wrapper" of its own
   int32_t v = 0;
 };
-
-// A field with an adapter.
-struct Scaled {
+struct Scaled {  // "Amount" has an adapter: ten times the value in the document
   int32_t amount = 0;
 };
-
-// A shared pointer field whose type has no serializer and no fields.
-struct Holder {
+struct Holder {  // a shared pointer field whose type has no serializer and no fields
   std::shared_ptr<tv::Scene> scene;
   int32_t marker = 0;
 };
 
-// What TaggedSerializer saw of the context when it was called.
+// What the serializer of Tagged saw of the context when it was called.
 struct SerializerCall {
   size_t stack_size = 0;
   const void* top_object = nullptr;
   std::string top_type;
 };
-
-void RegisterTestTypes(tv::TypeRegistry& registry);
-// The calls of TaggedSerializer, oldest first; cleared by RegisterTestTypes.
+// The calls of Tagged's serializer, oldest first; cleared by RegisterTestTypes.
 std::vector<SerializerCall>& TaggedCalls();
+void RegisterTestTypes(tv::TypeRegistry& registry);
+
+class TypesTest : public tv_test::DocumentTest {
+protected:
+  void SetUp() override {
+    DocumentTest::SetUp();
+    tv::RegisterCoreTypes(registry);
+    RegisterTestTypes(registry);
+    tv::types = &registry;
+  }
+  void TearDown() override {
+    tv::types = nullptr;
+    DocumentTest::TearDown();
+  }
+  tv::TypeRegistry registry;
+};
 
 } // namespace serialize_test
 
