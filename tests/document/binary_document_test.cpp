@@ -16,6 +16,7 @@ namespace {
 using tv_test::Bytes;
 using tv_test::ExpectScript;
 using tv_test::ImageOf;
+using tv_test::ImageOfScript;
 using tv_test::LoadBytes;
 using tv_test::LogLine;
 using tv_test::WriteScript;
@@ -25,12 +26,6 @@ const std::string kSample =
     "Version=3u Tail='end' Nodes{Node{Index=0 Name='node 0' Visible=true Weight=0f Data=#00000000efbeadde}"
     " Node{Index=1 Name='node 1' Visible=false Weight=0.5f Data=#01000000efbeadde}"
     " Node{Index=2 Name='node 2' Visible=true Weight=1f Data=#02000000efbeadde} Empty{}}";
-
-Bytes ImageOfScript(const std::string& script) {
-  tv::BinaryDocumentWriter writer;
-  EXPECT_TRUE(WriteScript(writer, script));
-  return ImageOf(writer);
-}
 
 uint32_t U32At(const Bytes& image, size_t at) {
   uint32_t value = 0;
@@ -57,6 +52,8 @@ size_t ReadEverything(tv::BinaryDocumentReader& reader) {
   return count;
 }
 
+// The worked example, every kind's tag and payload, and the empty document, byte for byte; Save
+// appends the image at the buffer's cursor.
 TEST(BinaryDocumentWriter, WorkedExampleAndEveryKindComeOutByteForByte) {
   EXPECT_EQ(ImageOfScript("a{b=7}"), (Bytes{0x4E, 0x42, 0x49, 0x4E, 0x0E, 0x00, 0x00, 0x00,  // head, body size
                                             0x00, 0x00, 0x00, 0x07, 0x00, 0x00, 0x00,        // scope "a", length 7
@@ -73,6 +70,19 @@ TEST(BinaryDocumentWriter, WorkedExampleAndEveryKindComeOutByteForByte) {
                    5, 0, 6, 3, 0, 0, 0, 'x', 'y', 'z',      // binary d
                    't', 0, 'i', 0, 'u', 0, 'f', 0, 's', 0, 'd', 0}));
   EXPECT_EQ(ImageOfScript(""), (Bytes{0x4E, 0x42, 0x49, 0x4E, 0, 0, 0, 0}));
+
+  tv::BinaryDocumentWriter writer;
+  WriteScript(writer, kSample);
+  const Bytes image = ImageOf(writer);
+  tv::BinaryData buffer;
+  buffer.Write("ABCDEF", 6);
+  buffer.cursor = 2;
+  ASSERT_TRUE(writer.Save(buffer));
+  EXPECT_EQ(buffer.size, 2 + image.size());
+  EXPECT_EQ(buffer.cursor, buffer.size);
+  Bytes expected = {'A', 'B'};
+  expected.insert(expected.end(), image.begin(), image.end());
+  EXPECT_EQ(Bytes(buffer.data.begin(), buffer.data.begin() + buffer.size), expected);
 }
 
 // Names and string values share one dictionary, each text once in order of first use; an empty
@@ -88,24 +98,6 @@ TEST(BinaryDocumentWriter, DictionaryHoldsEachTextOnceInOrderOfFirstUse) {
   tv::BinaryDocumentReader reader;
   ASSERT_TRUE(LoadBytes(reader, image));
   ExpectScript(reader, script);
-}
-
-// One document makes one image, however often it is asked for; Save appends at the buffer's cursor.
-TEST(BinaryDocumentWriter, ImagesAreStableAndAppendedAtTheCursor) {
-  tv::BinaryDocumentWriter first, second;
-  WriteScript(first, kSample);
-  WriteScript(second, kSample);
-  const Bytes image = ImageOf(first);
-  EXPECT_EQ(ImageOf(second), image);
-  EXPECT_EQ(ImageOf(first), image);
-  tv::BinaryData buffer;
-  buffer.Write("ABCDEF", 6);
-  buffer.cursor = 2;
-  ASSERT_TRUE(first.Save(buffer));
-  EXPECT_EQ(buffer.size, 2 + image.size());
-  EXPECT_EQ(buffer.cursor, buffer.size);
-  EXPECT_EQ(std::memcmp(buffer.data.data(), "AB", 2), 0);
-  EXPECT_EQ(std::memcmp(buffer.data.data() + 2, image.data(), image.size()), 0);
 }
 
 // The body grows in steps of 32768 bytes, and by a block's size plus one step at once; ExitScope
@@ -141,19 +133,6 @@ TEST(BinaryDocumentReader, GivesBackEveryKindAndScope) {
     EXPECT_TRUE(reader.IsBinary());
     ExpectScript(reader, script);
   }
-}
-
-// Read takes the first element of a name whatever its kind: a bool read of an int fails though
-// both have a payload, and the bool behind it is never tried.
-TEST(BinaryDocumentReader, OnlyTheFirstElementOfANameCounts) {
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(LoadBytes(reader, ImageOfScript("v=1 v=true v=2 n=5u")));
-  EXPECT_EQ(tv_test::KindsThatRead(reader, "v"), "i");
-  EXPECT_EQ(tv_test::KindsThatRead(reader, "n"), "u");
-  EXPECT_EQ(tv_test::KindsThatRead(reader, "missing"), "");
-  int v = 0;
-  EXPECT_TRUE(reader.Read("v", v));
-  EXPECT_EQ(v, 1);
 }
 
 // A block read appends at the target's cursor, then rewinds it.
@@ -244,25 +223,6 @@ TEST(BinaryDocumentReader, ReadsInAnyOrderFindTheFirstOfEachName) {
   ExpectScript(reader, "d=9");
   EXPECT_FALSE(LoadBytes(reader, Bytes{'N', 'B', 'I', 'N'}));
   ExpectScript(reader, "");
-}
-
-TEST(BinaryDocumentReader, SavesAndLoadsThroughTheFileSystem) {
-  tv_test::TempFolder folder;
-  tv::Filesystem files;
-  files.Mount(std::make_shared<tv::StdFileDriver>());
-  tv::filesystem = &files;
-  tv::BinaryDocumentWriter writer;
-  WriteScript(writer, kSample);
-  ASSERT_TRUE(writer.Save(folder / "sample.bin"));
-  const std::string on_disk = folder.Get("sample.bin");
-  EXPECT_EQ(Bytes(on_disk.begin(), on_disk.end()), ImageOf(writer));
-  tv::BinaryDocumentReader reader;
-  ASSERT_TRUE(reader.Load(folder / "sample.bin"));
-  ExpectScript(reader, kSample);
-  EXPECT_FALSE(reader.Load(folder / "missing.bin"));
-  EXPECT_FALSE(writer.Save(folder / "no_such_folder/x.bin"));
-  tv::filesystem = nullptr;
-  EXPECT_FALSE(reader.Load(folder / "sample.bin"));
 }
 
 class BinaryDictionary : public tv_test::LogCaptureTest {

@@ -54,6 +54,11 @@ public:
   }
 };
 
+struct HiddenAccess {
+  static int32_t Get(const Sample& sample) { return sample.stored; }
+  static void Set(Sample& sample, const int32_t& value) { sample.stored = value; }
+};
+
 } // namespace
 
 void RegisterTestTypes(tv::TypeRegistry& registry) {
@@ -105,6 +110,29 @@ void RegisterTestTypes(tv::TypeRegistry& registry) {
   Type* holder = tv::RegisterValueType<Holder>(registry);
   holder->AddField("Scene", new ClassField<Holder, std::shared_ptr<tv::Scene>>(&Holder::scene));
   holder->AddField("Marker", new ClassField<Holder, int32_t>(&Holder::marker));
+
+  Type* sample_base = tv::RegisterValueType<SampleBase>(registry);
+  tv::AddMemberField(sample_base, "Id", &SampleBase::id);
+  tv::AddMemberField(sample_base, "Label", &SampleBase::label);
+  Type* inner = tv::RegisterValueType<SampleInner>(registry);
+  tv::AddMemberField(inner, "Weight", &SampleInner::weight);
+  inner->AddField("Values", new ClassField<SampleInner, std::vector<int32_t>>(&SampleInner::values));
+  tv::RegisterVectorType<SampleInner>(registry);
+  Type* sample = tv::RegisterValueType<Sample>(registry);
+  sample->AddBase(sample_base, new tv::ConcreteTypeCaster<Sample, SampleBase>());
+  tv::AddMemberField(sample, "Flag", &Sample::flag);
+  tv::AddMemberField(sample, "Letter", &Sample::letter);
+  tv::AddMemberField(sample, "Shift", &Sample::shift);
+  tv::AddMemberField(sample, "Level", &Sample::level);
+  tv::AddMemberField(sample, "Port", &Sample::port);
+  tv::AddMemberField(sample, "Scale", &Sample::scale);
+  tv::AddMemberField(sample, "Name", &Sample::name);
+  tv::AddMemberField(sample, "Order", &Sample::order);
+  sample->AddField("Count", new ClassField<Sample, int32_t>(&Sample::count));
+  sample->AddField("Mask", new ClassField<Sample, uint32_t>(&Sample::mask));
+  sample->AddField("Hidden", new tv::ClassProperty<Sample, int32_t, HiddenAccess>());
+  sample->AddField("Inner", new ClassField<Sample, SampleInner>(&Sample::inner));
+  sample->AddField("Inners", new ClassField<Sample, std::vector<SampleInner>>(&Sample::inners));
 }
 
 } // namespace serialize_test

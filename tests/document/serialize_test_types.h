@@ -65,6 +65,32 @@ struct Holder {  // a shared pointer field whose type has no serializer and no f
   int32_t marker = 0;
 };
 
+// Every kind of field the binary walk reads its own way: narrow integers, fields with and without
+// defaults, a property, an enum, a nested class, a vector of classes and a base.
+struct SampleBase {
+  int32_t id = 0;
+  std::string label;
+};
+struct SampleInner {
+  float weight = 0;
+  std::vector<int32_t> values;
+};
+struct Sample : SampleBase {
+  bool flag = false;
+  char letter = 'z';
+  int16_t shift = 7;
+  int32_t count = 0;  // no default, as "Mask"
+  uint8_t level = 9;
+  uint16_t port = 0;
+  uint32_t mask = 0;
+  float scale = 1;
+  std::string name;
+  tv::RotationOrder order = tv::RotationOrder::ZYX;
+  SampleInner inner;
+  std::vector<SampleInner> inners;
+  int32_t stored = 0;  // reached only through the property "Hidden"
+};
+
 // What the serializer of Tagged saw of the context when it was called.
 struct SerializerCall {
   size_t stack_size = 0;
@@ -103,4 +129,7 @@ TV_TYPE_NAME(serialize_test::Tagged, "Tagged");
 TV_TYPE_NAME(serialize_test::Wrapped, "Wrapped");
 TV_TYPE_NAME(serialize_test::Scaled, "Scaled");
 TV_TYPE_NAME(serialize_test::Holder, "Holder");
+TV_TYPE_NAME(serialize_test::SampleBase, "WalkBase");
+TV_TYPE_NAME(serialize_test::SampleInner, "WalkInner");
+TV_TYPE_NAME(serialize_test::Sample, "WalkSample");
 } // namespace tv
