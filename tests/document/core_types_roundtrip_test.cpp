@@ -130,20 +130,4 @@ TEST_F(CoreTypesRoundTrip, EveryTypeWithAFactoryComesBackTheSameInEveryForm) {
   EXPECT_TRUE(tv_test::TakeLog().empty());
 }
 
-// JSON keeps 4 decimals, rounded up; XML and binary keep a float as it is.
-TEST_F(CoreTypesRoundTrip, FloatsAwayFromQuartersKeepWhatTheirFormKeeps) {
-  const tv::Vector3 vector(0.1f, -1.00001f, 123.456789f);
-  tv::Type* type = registry.GetType("Vector3");
-  for (const tv::DocumentFormat format : {tv::DocumentFormatXML, tv::DocumentFormatBinary}) {
-    tv::Vector3 back;
-    ASSERT_TRUE(RoundTrip(format, &vector, &back, type));
-    EXPECT_EQ(back, vector) << int(format);
-  }
-  tv::Vector3 back;
-  ASSERT_TRUE(RoundTrip(tv::DocumentFormatJSON, &vector, &back, type));
-  EXPECT_EQ(back.x, 0.1001f);
-  EXPECT_EQ(back.y, -1.0f);
-  EXPECT_EQ(back.z, 123.4568f);
-}
-
 } // namespace
