@@ -91,7 +91,8 @@ TEST(BinaryDocumentWriter, DictionaryHoldsEachTextOnceInOrderOfFirstUse) {
   const std::string script = "Empty='' Again='' Node{Name='first' Kind='Node'} Node{Name='second' Kind='Node'}";
   tv::BinaryDocumentWriter writer;
   ASSERT_TRUE(WriteScript(writer, script));
-  EXPECT_EQ(writer.dictionary, (std::vector<std::string>{"Empty", "", "Again", "Node", "Name", "first", "Kind", "second"}));
+  EXPECT_EQ(writer.dictionary,
+            (std::vector<std::string>{"Empty", "", "Again", "Node", "Name", "first", "Kind", "second"}));
   const Bytes image = ImageOf(writer);
   static const char kTail[] = "Empty\0\0Again\0Node\0Name\0first\0Kind\0second";  // and the literal's 0
   EXPECT_EQ(std::string(image.end() - sizeof(kTail), image.end()), std::string(kTail, sizeof(kTail)));
@@ -320,8 +321,8 @@ TEST(BinaryDocumentMalformed, FieldsOutOfPlaceAreRefused) {
     uint32_t value;
   } rows[] = {
       {3, 1, 'X'},          {image.size() - 1, 1, 'x'},
-      {4, 4, body + 1},     {4, 4, body - 1},            {4, 4, uint32_t(image.size())}, {4, 4, uint32_t(image.size() - 7)},
-      {4, 4, 0xFFFFFFFFu},  {4, 4, 0xFFFFFFF8u},
+      {4, 4, body + 1},     {4, 4, body - 1},            {4, 4, uint32_t(image.size())},
+      {4, 4, uint32_t(image.size() - 7)}, {4, 4, 0xFFFFFFFFu}, {4, 4, 0xFFFFFFF8u},
       {kOuterLength, 4, outer + 1}, {kOuterLength, 4, outer + 100}, {kOuterLength, 4, outer - 1},
       {kOuterLength, 4, 0xFFFFFFFFu}, {kOuterLength, 4, 0xFFFFFFFCu},
       {block_length, 4, 13}, {block_length, 4, 0xFFFFFFFFu}, {block_length, 4, 0x80000000u},  // 12 ends "inner"

@@ -155,12 +155,13 @@ TEST_F(DocumentFiles, AMissingOrMalformedFileFailsTheLoad) {
     EXPECT_EQ(untouched, record);
   }
   EXPECT_FALSE(LoadObject(record, "missing.scn"));
-  EXPECT_EQ(TakeLog(), (std::vector<LogLine>{{"warn", "Failed to open 'missing.json' on any mounted file driver"},
-                                             {"warn", "Failed to open 'missing.xml' on any mounted file driver"},
-                                             {"warn", "Failed to open 'missing.bin' on any mounted file driver"},
-                                             {"warn", "Failed to open 'missing.scn' on any mounted file driver"},
-                                             {"error", "Unable to determine document 'missing.scn' type, file not found"},
-                                             {"warn", "Failed to open 'missing.scn' on any mounted file driver"}}));
+  EXPECT_EQ(TakeLog(), (std::vector<LogLine>{
+                           {"warn", "Failed to open 'missing.json' on any mounted file driver"},
+                           {"warn", "Failed to open 'missing.xml' on any mounted file driver"},
+                           {"warn", "Failed to open 'missing.bin' on any mounted file driver"},
+                           {"warn", "Failed to open 'missing.scn' on any mounted file driver"},
+                           {"error", "Unable to determine document 'missing.scn' type, file not found"},
+                           {"warn", "Failed to open 'missing.scn' on any mounted file driver"}}));
 
   temp.Put("loose.json", "{\"After\": 4, \"Strict\": {}, \"Tail\": {\"slot\": {\"value\": 1}}}");
   serialize_test::Loose loose;

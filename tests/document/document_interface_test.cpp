@@ -87,7 +87,9 @@ TEST(DocumentScopeHelpers, RelativePathsAndExitScopes) {
 // A JSON writer that refuses scopes named "Bad" and counts the calls to leave a scope.
 class RefusingWriter : public JSONDocumentWriter {
 public:
-  bool EnterScope(const char* name) override { return std::string(name) != "Bad" && JSONDocumentWriter::EnterScope(name); }
+  bool EnterScope(const char* name) override {
+    return std::string(name) != "Bad" && JSONDocumentWriter::EnterScope(name);
+  }
   bool ExitScope() override {
     ++exits;
     return JSONDocumentWriter::ExitScope();
@@ -174,7 +176,8 @@ TEST_F(DocumentOpen, OtherFilesAreJudgedByTheirFirstBytes) {
   EXPECT_EQ(GuessDocumentFormatForReading("nowhere.scn"), DocumentFormatUnknown);
   const std::vector<tv_test::LogLine> lines = tv_test::TakeLog();
   ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines.back(), (tv_test::LogLine{"error", "Unable to determine document 'nowhere.scn' type, file not found"}));
+  EXPECT_EQ(lines.back(),
+            (tv_test::LogLine{"error", "Unable to determine document 'nowhere.scn' type, file not found"}));
   tv::filesystem = nullptr;
   EXPECT_EQ(GuessDocumentFormatForReading("nowhere.mat"), DocumentFormatUnknown);
   EXPECT_EQ(tv_test::TakeLog(), (std::vector<tv_test::LogLine>{
@@ -317,7 +320,8 @@ TEST(DocumentCopy, TheRootValuesScopeIsLeftOutOnlyWhereItRepeatsTheRootValues) {
 // What a target can't hold, or no read takes, or the writer refuses ends the copy with its place.
 TEST(DocumentCopy, WhatCantBeCopiedIsRefusedWithItsPlace) {
   const std::pair<const char*, const char*> rows[] = {
-      {"{\"S\": {\"T\": {\"List\": [1, 2]}}}", "'List' in 'S/T' is of a kind that no read takes (such as a JSON array)"},
+      {"{\"S\": {\"T\": {\"List\": [1, 2]}}}",
+       "'List' in 'S/T' is of a kind that no read takes (such as a JSON array)"},
       {"{\"Nothing\": null}", "'Nothing' in the root scope is of a kind that no read takes (such as a JSON array)"},
       {"{\"X\": {}, \"X\": 5}", "'X' in the root scope cannot be read: a scope of that name stands before it"},
       {"{\"A\\u0000B\": 1}", "a value name in the root scope holds a NUL byte"},

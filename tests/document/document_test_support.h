@@ -110,8 +110,10 @@ inline std::vector<ScriptStep> ParseScript(const std::string& script) {
     if (step.what == '=') {
       size_t end = script.find_first_of(" }", at);
       if (script[at] == '\'') {
-        for (end = at + 1; end + 1 < script.size() && (script[end] != '\'' || (script[end + 1] != ' ' && script[end + 1] != '}'));)
-          ++end;
+        const auto closes = [&](size_t i) {
+          return script[i] == '\'' && (script[i + 1] == ' ' || script[i + 1] == '}');
+        };
+        for (end = at + 1; end + 1 < script.size() && !closes(end);) ++end;
         ++end;
       }
       const std::string text = step.text = script.substr(at, end - at);
@@ -158,8 +160,12 @@ inline std::string ValueText(const ScriptStep& step, tv::DocumentReader* reader 
   std::string s;
   tv::BinaryData x;
   switch (step.kind) {
-  case 'i': return !reader ? std::to_string(std::stoi(step.text)) : reader->Read(name, i) ? std::to_string(i) : "(no int)";
-  case 'u': return !reader ? std::to_string(std::stoul(step.text)) + "u" : reader->Read(name, u) ? std::to_string(u) + "u" : "(no unsigned)";
+  case 'i':
+    if (!reader) return std::to_string(std::stoi(step.text));
+    return reader->Read(name, i) ? std::to_string(i) : "(no int)";
+  case 'u':
+    if (!reader) return std::to_string(std::stoul(step.text)) + "u";
+    return reader->Read(name, u) ? std::to_string(u) + "u" : "(no unsigned)";
   case 'b': return !reader ? step.text : reader->Read(name, b) ? (b ? "true" : "false") : "(no bool)";
   case 's': return !reader ? step.text : reader->Read(name, s) ? "'" + s + "'" : "(no string)";
   case 'f':
@@ -175,7 +181,9 @@ inline std::string ValueText(const ScriptStep& step, tv::DocumentReader* reader 
       s += text;
     }
     return s;
-  default: return !reader || KindsThatRead(*reader, name).empty() ? "?" : "(read as " + KindsThatRead(*reader, name) + ")";
+  default:
+    if (!reader || KindsThatRead(*reader, name).empty()) return "?";
+    return "(read as " + KindsThatRead(*reader, name) + ")";
   }
 }
 

@@ -74,7 +74,8 @@ TEST_F(SerializeTest, DocumentsComeBackThroughObjects) {
       {"Wheel", "Radius=2f"},
       {"Wheel", "Radius=2f Part{Weight=3}"},
       {"Record", "Id=0 Order='ZYX' Points{} Values{}"},
-      {"Record", "Id=7 Order='XZY' Points{slot{x=1f y=2f z=3f} slot{}} Values{slot{value=1} slot{value=-2} slot{value=3}}"},
+      {"Record",
+       "Id=7 Order='XZY' Points{slot{x=1f y=2f z=3f} slot{}} Values{slot{value=1} slot{value=-2} slot{value=3}}"},
       {"Tagged", "Kind='tagged' Value=3"},
       {"Scaled", "Amount=40"},
       {"Wrapped", "Wrapper{V=6}"},
@@ -213,7 +214,8 @@ TEST_F(SerializeTest, EnumsAreWrittenAndReadByName) {
 // Scopes are taken in document order: the later scope of one field wins; unknown scopes are
 // ignored.
 TEST_F(SerializeTest, LaterScopeOfTheSameFieldWinsAndUnknownScopesAreIgnored) {
-  const Bytes image = ImageOfScript("Count=8 Offset{x=1f} Position{x=10f} Unknown{Count=77} Offset{x=2f} Position{x=20f}");
+  const Bytes image =
+      ImageOfScript("Count=8 Offset{x=1f} Position{x=10f} Unknown{Count=77} Offset{x=2f} Position{x=20f}");
   Settings settings;
   ASSERT_TRUE(Read(image, settings));
   EXPECT_EQ(settings.offset.x, 2);

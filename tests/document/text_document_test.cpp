@@ -168,9 +168,9 @@ TYPED_TEST(TextDocument, NarrowReadsAreRangeChecked) {
     int16_t s16 = 5;
     uint8_t u8 = 5;
     uint16_t u16 = 5;
-    const std::string taken = std::string(this->reader.Read(name, s8) ? "s8 " : "") +
-                              (this->reader.Read(name, s16) ? "s16 " : "") + (this->reader.Read(name, u8) ? "u8 " : "") +
-                              (this->reader.Read(name, u16) ? "u16 " : "");
+    const std::string taken =
+        std::string(this->reader.Read(name, s8) ? "s8 " : "") + (this->reader.Read(name, s16) ? "s16 " : "") +
+        (this->reader.Read(name, u8) ? "u8 " : "") + (this->reader.Read(name, u16) ? "u16 " : "");
     EXPECT_EQ(taken, expected) << name;
     // The refused reads left their targets; no row's value is 5.
     EXPECT_EQ((s8 == 5) + (s16 == 5) + (u8 == 5) + (u16 == 5), 4 - std::count(taken.begin(), taken.end(), ' ')) << name;
@@ -210,7 +210,8 @@ TYPED_TEST(TextDocument, WhatTheParserRefuses) {
       "<A><![CDATA[x</A>", "\xEF\xBB\xBF", Nested(200, "<A>", "</A>"), std::string(100000, '<'),
       bad_scope.SaveToString(), bad_value.SaveToString()};
   const std::vector<std::string> json = {
-      "",          "   ",      "{",        "{\"a\": 1,}", "{\"a\": 1} x", "{} {}", "{\"a\": 1 /* note */}", "// note\n{}",
+      "",          "   ",      "{",        "{\"a\": 1,}", "{\"a\": 1} x", "{} {}", "{\"a\": 1 /* note */}",
+      "// note\n{}",
       "{'a': 1}",  "{\"a\": NaN}", "{\"a\": 1e400}", "{\"a\": \"open}", "{\"a\": 01}", "\xEF\xBB\xBF",
       "{" + Nested(kMaxJSONDepth, "\"A\": {", "}") + "}", std::string(1000000, '['),
       "{\"a\": " + Nested(kMaxJSONDepth + 5, "[", "]") + "}"};  // the root object is the first level
