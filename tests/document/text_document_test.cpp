@@ -44,7 +44,7 @@ std::string Nested(int depth, const std::string& open, const std::string& close,
 // printer's NUL.
 TYPED_TEST(TextDocument, WrittenDocumentsComeBackWhole) {
   std::string nested;
-  for (int level = 0; level < (TestFixture::kXML ? 60 : 500); ++level) {  // XML parsers stop near 100
+  for (int level = 0; level < (TestFixture::kXML ? 60 : 500); ++level) {  // well inside XML's nesting limit
     nested += "Level{Depth=" + std::to_string(level);
     for (int slot = 0; slot < 3; ++slot) nested += " Slot{Index=" + std::to_string(level * 10 + slot) + "}";
     nested += " ";
