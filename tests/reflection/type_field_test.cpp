@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "math/vector3.h"
 #include "reflection/core_types.h"
@@ -83,49 +85,37 @@ TEST_F(TypeFields, AddFieldResolvesTheTypeAndReplacesAFieldOfTheSameName) {
   EXPECT_EQ(thing_type_->fields.size(), 5u);
 }
 
-TEST_F(TypeFields, SetValueStoresItsOwnTypeAndRefusesOthers) {
+// SetValue's conversions, in order on one Thing: its own type stores, another type is refused and
+// leaves the field alone, no value clears only a shared pointer, an Int goes into an enum at the
+// enum's width, a pointee value becomes the pointer's own copy, a shared pointer value shares.
+TEST_F(TypeFields, SetValueConvertsOrRefuses) {
   Thing thing;
-  EXPECT_TRUE(Field("Weight").SetValue(&thing, Value(0.25f)));
-  EXPECT_EQ(thing.weight, 0.25f);
-  EXPECT_EQ(Field("Weight").GetValue(&thing).As<float>(), 0.25f);
-  EXPECT_FALSE(Field("Weight").SetValue(&thing, Value(int32_t(3))));
-  EXPECT_FALSE(Field("Offset").SetValue(&thing, Value(1.0f)));
-  EXPECT_EQ(thing.weight, 0.25f);
-  EXPECT_EQ(thing.offset, tv::Vector3());
-}
-
-TEST_F(TypeFields, NoValueClearsASharedPointerButNotAFloat) {
-  Thing thing;
-  thing.weight = 4;
-  thing.target = std::make_shared<tv::Vector3>(1, 2, 3);
-  EXPECT_TRUE(Field("Target").SetValue(&thing, tv::TypeValue()));
-  EXPECT_EQ(thing.target, nullptr);
-  EXPECT_FALSE(Field("Weight").SetValue(&thing, tv::TypeValue()));
-  EXPECT_EQ(thing.weight, 4.0f);
-}
-
-TEST_F(TypeFields, AnIntGoesIntoAnEnumFieldAtTheEnumsWidth) {
-  Thing thing;
-  EXPECT_TRUE(Field("Order").SetValue(&thing, Value(int32_t(5))));
-  EXPECT_EQ(thing.order, tv::RotationOrder::XYZ);
-  EXPECT_TRUE(Field("Order").SetValue(&thing, Value(int32_t(256 + 4))));
-  EXPECT_EQ(thing.order, tv::RotationOrder::YXZ);
-  // Only an Int: another integer type is refused.
-  EXPECT_FALSE(Field("Order").SetValue(&thing, Value(uint8_t(1))));
-  EXPECT_EQ(thing.order, tv::RotationOrder::YXZ);
-}
-
-TEST_F(TypeFields, AValueOfThePointeeGoesIntoASharedPointerAsItsOwnCopy) {
-  Thing thing;
-  const tv::TypeValue point = Value(tv::Vector3(1, 2, 3));
-  EXPECT_TRUE(Field("Target").SetValue(&thing, point));
-  ASSERT_NE(thing.target, nullptr);
-  EXPECT_EQ(*thing.target, tv::Vector3(1, 2, 3));
-  EXPECT_NE(static_cast<void*>(thing.target.get()), point.instance);
-  // A shared pointer value shares.
   auto shared = std::make_shared<tv::Vector3>(4, 5, 6);
-  EXPECT_TRUE(Field("Target").SetValue(&thing, Value(shared)));
-  EXPECT_EQ(thing.target, shared);
+  const tv::TypeValue point = Value(tv::Vector3(1, 2, 3));
+  const struct {
+    const char* field;
+    tv::TypeValue value;
+    bool stored;
+    std::function<bool()> holds;
+  } rows[] = {
+      {"Weight", Value(0.25f), true, [&] { return thing.weight == 0.25f; }},
+      {"Weight", Value(int32_t(3)), false, [&] { return thing.weight == 0.25f; }},
+      {"Weight", tv::TypeValue(), false, [&] { return thing.weight == 0.25f; }},
+      {"Offset", Value(1.0f), false, [&] { return thing.offset == tv::Vector3(); }},
+      {"Order", Value(int32_t(5)), true, [&] { return thing.order == tv::RotationOrder::XYZ; }},
+      {"Order", Value(int32_t(256 + 4)), true, [&] { return thing.order == tv::RotationOrder::YXZ; }},
+      {"Order", Value(uint8_t(1)), false, [&] { return thing.order == tv::RotationOrder::YXZ; }},
+      {"Target", point, true,
+       [&] { return thing.target && *thing.target == tv::Vector3(1, 2, 3) && thing.target.get() != point.instance; }},
+      {"Target", tv::TypeValue(), true, [&] { return thing.target == nullptr; }},
+      {"Target", Value(shared), true, [&] { return thing.target == shared; }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.field) + " from " + (row.value.type ? row.value.type->name : "no value"));
+    EXPECT_EQ(Field(row.field).SetValue(&thing, row.value), row.stored);
+    EXPECT_TRUE(row.holds());
+  }
+  EXPECT_EQ(Field("Weight").GetValue(&thing).As<float>(), 0.25f);
 }
 
 TEST_F(TypeFields, IsDefaultNeedsADefaultOnEveryField) {
