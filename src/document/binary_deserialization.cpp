@@ -136,8 +136,7 @@ bool ReadDirect(BinaryDocumentReader& reader, int32_t name, BasicValueKind kind,
   case BasicValueKind::String: {
     const BinaryDocumentNode* node = reader.FindValue(name, BinaryTagString);
     if (node == nullptr) return false;
-    const uint8_t* index = reader.Value(*node);
-    static_cast<std::string*>(object)->assign(reader.GetText(uint32_t(index[0] | index[1] << 8)));
+    static_cast<std::string*>(object)->assign(reader.GetStringValue(*node));
     return true;
   }
   case BasicValueKind::None: return false;

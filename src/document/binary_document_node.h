@@ -28,6 +28,22 @@ enum BinaryDocumentTag : uint8_t {
   BinaryTagBinary = 6,    // unsigned 32-bit length, then that many bytes
 };
 
+// Whether an element of `tag` has a 32-bit length field before its payload.
+inline bool HasLengthField(uint8_t tag) { return tag == BinaryTagScope || tag == BinaryTagBinary; }
+
+// The payload size of an element of `tag` without a length field; 0 for an unknown tag, which is
+// skipped as a bare head.
+inline uint32_t FixedValueSize(uint8_t tag) {
+  switch (tag) {
+  case BinaryTagBool: return 1;
+  case BinaryTagInt:
+  case BinaryTagUnsigned:
+  case BinaryTagFloat: return 4;
+  case BinaryTagString: return 2;
+  default: return 0;
+  }
+}
+
 // Made for every element when the file is loaded, in the reader's one array of nodes. A node is
 // 16 bytes of indices rather than pointers, and keeps no payload size, which the tag or the
 // length field in the image gives: a document has a node for each element and the load writes
@@ -37,7 +53,7 @@ public:
   bool IsScope() const { return tag == BinaryTagScope; }
   // Bytes from the element's start to its payload: the head, and the length field if it has one.
   uint32_t ValueOffset() const {
-    return offset + kBinaryElementHeadSize + (tag == BinaryTagScope || tag == BinaryTagBinary ? 4 : 0);
+    return offset + kBinaryElementHeadSize + (HasLengthField(tag) ? 4 : 0);
   }
 
   uint32_t offset = 0;       // position of the element in the file image

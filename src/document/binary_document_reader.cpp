@@ -100,7 +100,7 @@ void BinaryDocumentReader::IndexDictionary() {
   text_table_.assign(slots, TextSlot{});
   const uint32_t mask = slots - 1;
   for (uint32_t index = 0; index < count; ++index) {
-    const size_t length = size_t(strings[index + 1] - strings[index]) - 1;
+    const size_t length = EntryLength(index);
     const uint32_t hash = HashText(strings[index], length);
     uint32_t slot = hash & mask;
     for (uint32_t probes = 0;; ++probes, slot = (slot + 1) & mask) {
@@ -194,39 +194,21 @@ bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end, std::vect
   uint32_t* const seen_in = name_seen_in_.data();
   const uint32_t list = sibling_lists_;
   uint32_t at = begin;
-  bool parsed = true;
+  // A malformed element fails the whole load, which drops what was parsed.
   while (at < end) {
-    if (end - at < kBinaryElementHeadSize) {
-      parsed = false;
-      break;
-    }
+    if (end - at < kBinaryElementHeadSize) return false;
     const uint16_t name = GetU16(data + at);
     const uint8_t tag = data[at + 2];
     const uint32_t offset = at;
     at += kBinaryElementHeadSize;
-    uint32_t size = 0;  // unknown tags: skipped as a bare head
-    switch (tag) {
-    case BinaryTagScope:
-    case BinaryTagBinary:
-      if (end - at < 4) {
-        parsed = false;
-        break;
-      }
+    uint32_t size = FixedValueSize(tag);
+    if (HasLengthField(tag)) {
+      if (end - at < 4) return false;
       size = GetU32(data + at);
       at += 4;
-      break;
-    case BinaryTagBool: size = 1; break;
-    case BinaryTagInt:
-    case BinaryTagUnsigned:
-    case BinaryTagFloat: size = 4; break;
-    case BinaryTagString: size = 2; break;
-    default: break;
     }
-    if (!parsed || name >= text_count || size > end - at ||
-        (tag == BinaryTagString && GetU16(data + at) >= text_count)) {
-      parsed = false;
-      break;
-    }
+    if (name >= text_count || size > end - at) return false;
+    if (tag == BinaryTagString && GetU16(data + at) >= text_count) return false;
     at += size;
     const bool first_of_name = seen_in[name] != list;
     seen_in[name] = list;
@@ -238,32 +220,21 @@ bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end, std::vect
     node.first_of_name = first_of_name;
   }
   position = at;
-  return parsed;
+  return true;
 }
 
 uint32_t BinaryDocumentReader::GetValueSize(const BinaryDocumentNode& node) const {
-  switch (node.tag) {
-  case BinaryTagScope:
-  case BinaryTagBinary: return GetU32(image.data() + node.offset + kBinaryElementHeadSize);
-  case BinaryTagBool: return 1;
-  case BinaryTagInt:
-  case BinaryTagUnsigned:
-  case BinaryTagFloat: return 4;
-  case BinaryTagString: return 2;
-  default: return 0;
-  }
+  return HasLengthField(node.tag) ? GetU32(image.data() + node.offset + kBinaryElementHeadSize)
+                                  : FixedValueSize(node.tag);
 }
 
-const char* BinaryDocumentReader::Text(uint32_t index, size_t& length) const {
-  length = size_t(strings[index + 1] - strings[index]) - 1;
-  return reinterpret_cast<const char*>(strings[index]);
+std::string_view BinaryDocumentReader::GetStringValue(const BinaryDocumentNode& node) const {
+  return GetText(GetU16(Value(node)));
 }
 
 std::string BinaryDocumentReader::GetScopeName() {
   if (scope_stack.empty()) return "root";
-  size_t length;
-  const char* text = Text(scope_stack.back().name, length);
-  return std::string(text, length);
+  return std::string(GetText(scope_stack.back().name));
 }
 
 const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint32_t tag) {
@@ -294,9 +265,7 @@ bool BinaryDocumentReader::Read(const char* name, BinaryData& out) {
 bool BinaryDocumentReader::Read(const char* name, std::string& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagString);
   if (node == nullptr) return false;
-  size_t length;
-  const char* text = Text(GetU16(Value(*node)), length);
-  out.assign(text, length);
+  out.assign(GetStringValue(*node));
   return true;
 }
 
@@ -344,9 +313,7 @@ bool BinaryDocumentReader::ListValues(std::vector<DocumentValueInfo>& out) {
     case BinaryTagBinary: kind = DocumentValueBinary; break;
     default: break;
     }
-    size_t length;
-    const char* text = Text(node.name, length);
-    out.push_back({std::string(text, length), kind});
+    out.push_back({std::string(GetText(node.name)), kind});
   }
   return true;
 }

@@ -100,6 +100,8 @@ public:
   const uint8_t* Value(const BinaryDocumentNode& node) const { return image.data() + node.ValueOffset(); }
   // The byte count of the payload at Value(node); checked against its range at load.
   uint32_t GetValueSize(const BinaryDocumentNode& node) const;
+  // The text that a string element holds.
+  std::string_view GetStringValue(const BinaryDocumentNode& node) const;
   // The text of dictionary entry `index`, which a loaded node's name or string value always is.
   std::string_view GetText(uint32_t index) const {
     return {reinterpret_cast<const char*>(strings[index]), EntryLength(index)};
@@ -159,8 +161,6 @@ private:
     const BinaryDocumentNode& node = nodes[scope.first_child + at];
     return node.tag == tag ? &node : nullptr;
   }
-  // The text of dictionary entry `index` (checked at load) and its length.
-  const char* Text(uint32_t index, size_t& length) const;
   size_t EntryLength(uint32_t index) const { return size_t(strings[index + 1] - strings[index]) - 1; }
 
   // Reads look names up once in a hash table of the dictionary and then compare 16-bit indices,
