@@ -288,6 +288,28 @@ void LoadAndReadByHand(benchmark::State& state) {
   state.SetBytesProcessed(int64_t(state.iterations()) * DocumentBytes<Reader>());
 }
 
+// The objects made from the original's values with no document at all: the floor of every form.
+void BM_MakeObjects(benchmark::State& state) {
+  for (auto _ : state) {
+    Library library;
+    library.title = Original().title;
+    library.items.resize(Original().items.size());
+    for (size_t i = 0; i < library.items.size(); ++i) {
+      const Item& from = Original().items[i];
+      Item& to = library.items[i];
+      benchmark::DoNotOptimize(from);
+      to.flag = from.flag; to.letter = from.letter; to.shift = from.shift; to.count = from.count;
+      to.level = from.level; to.port = from.port; to.mask = from.mask; to.scale = from.scale;
+      to.name = from.name; to.order = from.order; to.position = from.position;
+      to.inner.id = from.inner.id; to.inner.tag = from.inner.tag; to.inner.weight = from.inner.weight;
+      to.values.resize(from.values.size());
+      for (size_t v = 0; v < from.values.size(); ++v) to.values[v] = from.values[v];
+    }
+    benchmark::DoNotOptimize(library);
+  }
+}
+BENCHMARK(BM_MakeObjects)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 void BM_Binary_Load(benchmark::State& state) { Load<tv::BinaryDocumentReader>(state); }
 void BM_JSON_Load(benchmark::State& state) { Load<tv::JSONDocumentReader>(state); }
 void BM_XML_Load(benchmark::State& state) { Load<tv::XMLDocumentReader>(state); }

@@ -24,6 +24,12 @@ namespace fuzz_types {
 
 struct Base {
   int32_t id = 0;
+  bool operator==(const Base&) const = default;
+};
+
+struct Part : Base {
+  uint32_t mask = 0;  // no default: a part without it fails, and so does its base
+  bool operator==(const Part&) const = default;
 };
 
 struct Item : Base {
@@ -35,6 +41,8 @@ struct Item : Base {
   std::string name;
   tv::RotationOrder order = tv::RotationOrder::ZYX;
   std::vector<int32_t> values;
+  Part part;              // a nested class with a default
+  std::vector<Part> parts;
   std::vector<Item> items;  // nested to any depth the file has
 };
 
@@ -42,6 +50,7 @@ struct Item : Base {
 
 namespace tv {
 TV_TYPE_NAME(fuzz_types::Base, "Base");
+TV_TYPE_NAME(fuzz_types::Part, "Part");
 TV_TYPE_NAME(fuzz_types::Item, "Item");
 } // namespace tv
 
@@ -49,6 +58,7 @@ namespace {
 
 using fuzz_types::Base;
 using fuzz_types::Item;
+using fuzz_types::Part;
 
 using tv_test::ForwardingReader;
 
@@ -59,6 +69,10 @@ struct Services {
     tv::RegisterCoreTypes(registry);
     tv::Type* base = tv::RegisterValueType<Base>(registry);
     tv::AddMemberField(base, "Id", &Base::id);
+    tv::Type* part = tv::RegisterValueType<Part>(registry);
+    part->AddBase(base, new tv::ConcreteTypeCaster<Part, Base>());
+    part->AddField("Mask", new tv::ClassField<Part, uint32_t>(&Part::mask));
+    tv::RegisterVectorType<Part>(registry);
     item = tv::RegisterValueType<Item>(registry);
     item->AddBase(base, new tv::ConcreteTypeCaster<Item, Base>());
     tv::AddMemberField(item, "Flag", &Item::flag);
@@ -69,6 +83,8 @@ struct Services {
     tv::AddMemberField(item, "Name", &Item::name);
     tv::AddMemberField(item, "Order", &Item::order);
     item->AddField("Values", new tv::ClassField<Item, std::vector<int32_t>>(&Item::values));
+    tv::AddMemberField(item, "Part", &Item::part);
+    item->AddField("Parts", new tv::ClassField<Item, std::vector<Part>>(&Item::parts));
     tv::RegisterVectorType<Item>(registry);
     item->AddField("Items", new tv::ClassField<Item, std::vector<Item>>(&Item::items));
   }
@@ -80,8 +96,9 @@ struct Services {
 // The object read, written out again: in binary, which keeps every float (NaN too) bit for bit.
 std::vector<uint8_t> ReadAndWrite(tv::DocumentReader& reader, tv::Type* type, bool& answer) {
   Item read;
-  answer = tv::Deserialize(reader, &read, type, nullptr, "");
-  if (reader.GetScopeName() != "root") __builtin_trap();
+  tv::DeserializationContext context;
+  answer = tv::Deserialize(reader, &read, type, &context, "");
+  if (reader.GetScopeName() != "root" || !context.object_stack.empty()) __builtin_trap();
   tv::BinaryDocumentWriter writer;
   tv::BinaryData image;
   if (!tv::Serialize(writer, &read, type, nullptr, "") || !writer.Save(image)) __builtin_trap();

@@ -6,13 +6,14 @@
 #include <limits>
 #include <memory>
 #include <string>
-#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "document/basic_value_kind.h"
 #include "document/binary_document_reader.h"
+#include "document/enum_type_serializer.h"
+#include "document/serialization_context.h"
 #include "document/type_serialization.h"
 #include "reflection/type.h"
 
@@ -20,13 +21,33 @@ namespace tv {
 
 namespace {
 
-// A field of a class as the walk meets it.
+// How the walk reads a value of a type, decided once per type: the routes other than Shared do
+// here what the shared walk's Deserialize would, without its dispatch.
+enum class Route : uint8_t {
+  Direct,     // one of the nine basic values: copied out of its node
+  Enum,       // through an enum serializer: its name looked up by dictionary index
+  Class,      // a class without serializer or scope of its own: this walk, in the current scope
+  Container,  // a container without serializer or scope of its own: this walk's elements
+  Shared,     // anything else: the shared walk
+};
+
+// The enum values of the dictionary's texts, found as the walk meets them.
+struct EnumLookup {
+  static constexpr int64_t kUnresolved = std::numeric_limits<int64_t>::min();
+  static constexpr int64_t kNoValue = kUnresolved + 1;
+  std::vector<int64_t> by_text;  // by dictionary index
+};
+
+// A field of a class as the walk meets it. Fields reached through an adapter, without an address
+// or under an empty name take the shared walk.
 struct FieldStep {
   const std::string* name;
   const TypeField* field;
-  int32_t name_index;     // -1 where the document never uses the name
-  BasicValueKind direct;  // None unless the value can be copied straight out of the image
-  bool held_as_value;     // rather than in a scope of its own
+  int32_t name_index;  // -1 where the document never uses the name
+  Route route;
+  BasicValueKind direct;                  // for Direct
+  const EnumSerializer* enum_serializer;  // for Enum
+  EnumLookup* enum_lookup;                // for Enum
 };
 
 struct BaseStep {
@@ -35,7 +56,10 @@ struct BaseStep {
 };
 
 struct ClassPlan {
-  std::vector<FieldStep> fields;  // in field order, the order the writer puts them in
+  // In field order, the order the writer puts them in: the values of the class's own scope, then
+  // the fields that each have a scope.
+  std::vector<FieldStep> values;
+  std::vector<FieldStep> scoped;
   std::vector<BaseStep> bases;
 };
 
@@ -45,6 +69,7 @@ struct ClassPlan {
 struct BinaryWalkState {
   // Node-based: a plan stays where it is while the walk of a nested type adds another.
   std::unordered_map<const Type*, ClassPlan> plans;
+  std::unordered_map<const Type*, EnumLookup> enums;
   // The plans last used, by a few bits of their type's address: a document has few types, and
   // the walk asks for one at every object.
   std::array<std::pair<const Type*, const ClassPlan*>, 16> recent{};
@@ -68,33 +93,44 @@ namespace {
 
 BinaryWalkState& StateOf(BinaryDocumentReader& reader) { return *static_cast<BinaryWalkState*>(reader.walk_state); }
 
-// The kind of a value that the shared walk would read with nothing in between: no serializer,
-// no scope of its own.
-BasicValueKind DirectKind(const Type* type) {
-  if (type == nullptr || type->serializer != nullptr || !type->document_scope.empty() ||
-      type->container_factory != nullptr)
-    return BasicValueKind::None;
-  return GetBasicValueKind(type);
+// The route of a value of `type` that Deserialize would be given.
+Route RouteOf(const Type* type) {
+  if (type == nullptr || !type->document_scope.empty()) return Route::Shared;
+  if (type->serializer != nullptr)
+    return dynamic_cast<const EnumSerializer*>(type->serializer.get()) != nullptr ? Route::Enum : Route::Shared;
+  if (type->container_factory != nullptr) return Route::Container;
+  if (!type->IsBasic()) return Route::Class;
+  return GetBasicValueKind(type) != BasicValueKind::None ? Route::Direct : Route::Shared;
 }
 
-ClassPlan MakePlan(BinaryDocumentReader& reader, const Type* type) {
-  ClassPlan plan;
-  for (const auto& [name, field] : type->fields) {
-    FieldStep step{&name, field.get(), reader.FindName(name), BasicValueKind::None, IsBasicStorage(*field)};
-    // A field read through an adapter, or under an empty name, takes the shared walk.
-    if (step.held_as_value && field->adapter == nullptr && !name.empty()) step.direct = DirectKind(field->type);
-    plan.fields.push_back(step);
+FieldStep MakeStep(BinaryDocumentReader& reader, BinaryWalkState& state, const std::string& name,
+                   const TypeField& field) {
+  FieldStep step{&name, &field, reader.FindName(name), Route::Shared, BasicValueKind::None, nullptr, nullptr};
+  if (field.adapter != nullptr || name.empty()) return step;
+  step.route = RouteOf(field.type);
+  if (step.route == Route::Direct) step.direct = GetBasicValueKind(field.type);
+  if (step.route == Route::Enum) {
+    step.enum_serializer = static_cast<const EnumSerializer*>(field.type->serializer.get());
+    step.enum_lookup = &state.enums[field.type];
+    step.enum_lookup->by_text.resize(reader.strings.size() - 1, EnumLookup::kUnresolved);
   }
+  return step;
+}
+
+ClassPlan MakePlan(BinaryDocumentReader& reader, BinaryWalkState& state, const Type* type) {
+  ClassPlan plan;
+  for (const auto& [name, field] : type->fields)
+    (IsBasicStorage(*field) ? plan.values : plan.scoped).push_back(MakeStep(reader, state, name, *field));
   for (const auto& [base, caster] : type->bases)
     if (base != nullptr) plan.bases.push_back(BaseStep{reader.FindName(base->name), base});
   return plan;
 }
 
-const ClassPlan& PlanOf(BinaryDocumentReader& reader, BinaryWalkState& cache, const Type* type) {
-  auto& recent = cache.recent[(reinterpret_cast<uintptr_t>(type) >> 4) % cache.recent.size()];
+const ClassPlan& PlanOf(BinaryDocumentReader& reader, BinaryWalkState& state, const Type* type) {
+  auto& recent = state.recent[(reinterpret_cast<uintptr_t>(type) >> 4) % state.recent.size()];
   if (recent.first == type) return *recent.second;
-  auto found = cache.plans.find(type);
-  if (found == cache.plans.end()) found = cache.plans.emplace(type, MakePlan(reader, type)).first;
+  auto found = state.plans.find(type);
+  if (found == state.plans.end()) found = state.plans.emplace(type, MakePlan(reader, state, type)).first;
   recent = {type, &found->second};
   return found->second;
 }
@@ -106,7 +142,7 @@ bool ReadNumber(BinaryDocumentReader& reader, int32_t name, uint32_t tag, void* 
   const BinaryDocumentNode* node = reader.FindValue(name, tag);
   if (node == nullptr) return false;
   Wide wide;
-  std::memcpy(&wide, reader.Value(*node), sizeof wide);
+  std::memcpy(&wide, &node->payload, sizeof wide);
   if constexpr (sizeof(Range) < sizeof(Wide)) {
     if (wide < Wide(std::numeric_limits<Range>::min()) || wide > Wide(std::numeric_limits<Range>::max())) return false;
   }
@@ -120,7 +156,7 @@ bool ReadDirect(BinaryDocumentReader& reader, int32_t name, BasicValueKind kind,
   case BasicValueKind::Bool: {
     const BinaryDocumentNode* node = reader.FindValue(name, BinaryTagBool);
     if (node == nullptr) return false;
-    *static_cast<bool*>(object) = reader.Value(*node)[0] != 0;
+    *static_cast<bool*>(object) = node->payload != 0;
     return true;
   }
   case BasicValueKind::Char: return ReadNumber<int8_t, char, int32_t>(reader, name, BinaryTagInt, object);
@@ -144,47 +180,86 @@ bool ReadDirect(BinaryDocumentReader& reader, int32_t name, BasicValueKind kind,
   return false;
 }
 
-bool ReadValueField(BinaryDocumentReader& reader, void* object, const FieldStep& step, DeserializationContext* context) {
-  if (step.direct != BasicValueKind::None) {
-    if (void* value = step.field->GetPointer(object)) {
-      if (ReadDirect(reader, step.name_index, step.direct, value)) return true;
-      // What DeserializeField does with a value it could not read.
-      return step.field->HasDefault() && step.field->SetValue(object, step.field->default_value);
-    }
+// As the enum serializer reads: a string under the name, holding one of the enum's names.
+bool ReadEnum(BinaryDocumentReader& reader, const FieldStep& step, const Type* type, void* object) {
+  if (step.name_index < 0) return false;
+  const BinaryDocumentNode* node = reader.FindValue(step.name_index, BinaryTagString);
+  if (node == nullptr) return false;
+  int64_t& value = step.enum_lookup->by_text[node->payload];
+  if (value == EnumLookup::kUnresolved) {
+    const auto found = type->enum_values.find(std::string(reader.GetText(node->payload)));
+    value = found == type->enum_values.end() ? EnumLookup::kNoValue : found->second;
   }
-  return DeserializeField(reader, object, step.field, context, step.name->c_str());
+  if (value == EnumLookup::kNoValue) return false;
+  step.enum_serializer->Assign(object, int32_t(value));
+  return true;
 }
 
-// The next field held in a scope from `at` on.
-size_t NextScopedField(const ClassPlan& plan, size_t at) {
-  while (at < plan.fields.size() && plan.fields[at].held_as_value) ++at;
-  return at;
+// Deserialize of a class or container that has no serializer or scope of its own, in the scope
+// that holds it; the context's stack holds the value meanwhile, as Deserialize keeps it.
+bool ReadScopeValue(BinaryDocumentReader& reader, Route route, void* value, Type* type,
+                    DeserializationContext* context) {
+  const ContextStackEntry<DeserializationContext, void*> entry(context, type, value);
+  if (route == Route::Container) {
+    DeserializeBinaryElements(reader, value, type, context);
+    return true;
+  }
+  bool abandoned = false;
+  return DeserializeBinaryClass(reader, value, type, context, abandoned);
+}
+
+// DeserializeField, by the field's route.
+bool ReadField(BinaryDocumentReader& reader, void* object, const FieldStep& step, DeserializationContext* context) {
+  void* value = step.route == Route::Shared ? nullptr : step.field->GetPointer(object);
+  if (value == nullptr) return DeserializeField(reader, object, step.field, context, step.name->c_str());
+  bool read = false;
+  switch (step.route) {
+  case Route::Direct: read = ReadDirect(reader, step.name_index, step.direct, value); break;
+  case Route::Enum: read = ReadEnum(reader, step, step.field->type, value); break;
+  case Route::Class:
+  case Route::Container: read = ReadScopeValue(reader, step.route, value, step.field->type, context); break;
+  case Route::Shared: break;
+  }
+  if (read) return true;
+  // What DeserializeField does with a value it could not read.
+  return step.field->HasDefault() && step.field->SetValue(object, step.field->default_value);
+}
+
+const FieldStep* FindStep(const std::vector<FieldStep>& steps, int32_t name_index) {
+  for (const FieldStep& step : steps)
+    if (step.name_index == name_index) return &step;
+  return nullptr;
 }
 
 } // namespace
 
 bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* type, DeserializationContext* context,
                             bool& abandoned) {
-  BinaryWalkState& cache = StateOf(reader);
-  const ClassPlan& plan = PlanOf(reader, cache, type);
+  BinaryWalkState& state = StateOf(reader);
+  const ClassPlan& plan = PlanOf(reader, state, type);
   bool result = true;
-  for (const FieldStep& step : plan.fields)
-    if (step.held_as_value && !ReadValueField(reader, object, step, context)) result = false;
+  for (const FieldStep& step : plan.values)
+    if (!ReadField(reader, object, step, context)) result = false;
 
   if (!reader.EnterFirstChild()) return result;
   // The next scoped field is tried first; a document in another order costs a search.
-  size_t expected = NextScopedField(plan, 0);
+  size_t expected = 0;
+  const size_t count = plan.scoped.size();
   do {
     const int32_t scope_name = reader.GetScopeNameIndex();
     size_t found = expected;
-    if (found == plan.fields.size() || plan.fields[found].name_index != scope_name) {
+    if (found == count || plan.scoped[found].name_index != scope_name) {
       found = 0;
-      while (found < plan.fields.size() && plan.fields[found].name_index != scope_name) ++found;
+      while (found < count && plan.scoped[found].name_index != scope_name) ++found;
     }
-    if (found < plan.fields.size()) {
-      expected = NextScopedField(plan, found + 1);
-      const FieldStep& step = plan.fields[found];
-      if (!DeserializeField(reader, object, step.field, context, step.name->c_str())) result = false;
+    if (found < count) {
+      expected = found + 1;
+      if (!ReadField(reader, object, plan.scoped[found], context)) result = false;
+      continue;
+    }
+    // A scope named as a field held as a value is read as that field, in that scope.
+    if (const FieldStep* value = FindStep(plan.values, scope_name)) {
+      if (!ReadField(reader, object, *value, context)) result = false;
       continue;
     }
     for (const BaseStep& base : plan.bases) {
@@ -201,21 +276,27 @@ bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* ty
 
 void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const Type* type,
                                DeserializationContext* context) {
-  const BinaryWalkState& cache = StateOf(reader);
+  const BinaryWalkState& state = StateOf(reader);
   const std::unique_ptr<ContainerWriteInterface> elements = type->container_factory->MakeWriteInterface(object);
   uint32_t count = 0;
-  for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) count += node.IsScope() && node.name == cache.slot;
+  for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) count += node.IsScope() && node.name == state.slot;
   if (!elements->Resize(count) || count == 0 || !reader.EnterFirstChild()) return;
   Type* element_type = elements->element_type;
-  const BasicValueKind direct = DirectKind(element_type);
+  const Route route = RouteOf(element_type);
+  const BasicValueKind direct = route == Route::Direct ? GetBasicValueKind(element_type) : BasicValueKind::None;
   // Foreign scopes between the slots are passed over, so the slots fill the elements densely.
   uint32_t index = 0;
   do {
-    if (reader.GetScopeNameIndex() != cache.slot) continue;
+    if (reader.GetScopeNameIndex() != state.slot) continue;
     void* element = elements->GetPointer(index++);
     // A failed element stays as Resize made it.
-    if (direct != BasicValueKind::None) ReadDirect(reader, cache.value, direct, element);
-    else Deserialize(reader, element, element_type, context, "value");
+    switch (route) {
+    case Route::Direct: ReadDirect(reader, state.value, direct, element); break;
+    case Route::Class:
+    case Route::Container: ReadScopeValue(reader, route, element, element_type, context); break;
+    case Route::Enum:
+    case Route::Shared: Deserialize(reader, element, element_type, context, "value"); break;
+    }
   } while (reader.EnterNextSibling());
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // The Deserialize walk's steps for a class and for a container over a binary document whose names
 // each have one dictionary index. Element names are matched as indices, resolved once per type and
-// loaded document, and values of the nine basic types are copied straight out of the file image.
+// loaded document, and values of the nine basic types are copied straight out of the loaded nodes.
 // All else (bases, serializers, properties, adapters, nested values) goes back through the walk
 // that every reader shares, so a binary document reads into the same objects as its text forms.
 

@@ -28,41 +28,22 @@ enum BinaryDocumentTag : uint8_t {
   BinaryTagBinary = 6,    // unsigned 32-bit length, then that many bytes
 };
 
-// Whether an element of `tag` has a 32-bit length field before its payload.
-inline bool HasLengthField(uint8_t tag) { return tag == BinaryTagScope || tag == BinaryTagBinary; }
-
-// The payload size of an element of `tag` without a length field; 0 for an unknown tag, which is
-// skipped as a bare head.
-inline uint32_t FixedValueSize(uint8_t tag) {
-  switch (tag) {
-  case BinaryTagBool: return 1;
-  case BinaryTagInt:
-  case BinaryTagUnsigned:
-  case BinaryTagFloat: return 4;
-  case BinaryTagString: return 2;
-  default: return 0;
-  }
-}
-
-// Made for every element when the file is loaded, in the reader's one array of nodes. A node is
-// 16 bytes of indices rather than pointers, and keeps no payload size, which the tag or the
-// length field in the image gives: a document has a node for each element and the load writes
-// them all, so their size is most of its cost.
+// Made for every element when the file is loaded, in the reader's one array of nodes. A document
+// has a node for each element and the load writes them all, so their size is most of its cost: 8
+// bytes, and the value itself for the fixed-size tags, so that reads never go back to the image.
 class BinaryDocumentNode {
 public:
   bool IsScope() const { return tag == BinaryTagScope; }
-  // Bytes from the element's start to its payload: the head, and the length field if it has one.
-  uint32_t ValueOffset() const {
-    return offset + kBinaryElementHeadSize + (HasLengthField(tag) ? 4 : 0);
-  }
 
-  uint32_t offset = 0;       // position of the element in the file image
-  uint32_t first_child = 0;  // for scopes: index of the first child in the reader's nodes
-  uint32_t child_count = 0;  // for scopes: the children lie side by side, in file order
-  uint16_t name = 0;         // dictionary index
+  uint16_t name = 0;  // dictionary index
   uint8_t tag = 0;
   // No earlier sibling has this name: the node that a read by this name finds.
   bool first_of_name = false;
+  // By tag: the byte of a bool; the 32 bits of an int, unsigned or float; the dictionary index of
+  // a string; for a scope, its number in the reader's table of child ranges; for a binary block,
+  // the position of its bytes in the image, behind their length. 0 for an unknown tag.
+  uint32_t payload = 0;
 };
+static_assert(sizeof(BinaryDocumentNode) == 8);
 
 } // namespace tv

@@ -45,6 +45,7 @@ void BinaryDocumentReader::Clear() {
   sibling_lists_ = 0;
   root = OpenScope{};
   nodes.clear();
+  scope_first_child.clear();
   scope_stack.clear();
 }
 
@@ -164,28 +165,27 @@ bool BinaryDocumentReader::ParseBody(uint32_t begin, uint32_t end) {
   name_seen_in_.assign(strings.size() - 1, 0);
   // Breadth first: the children of each scope are appended side by side, one scope after another
   // in the order the scopes were found, and `level_end` marks where those of the next depth begin.
-  std::vector<uint32_t> scopes;
+  std::vector<ChildRange> scopes;
   if (!ParseChildren(begin, end, scopes)) return false;
   root.child_count = uint32_t(nodes.size());
   uint32_t depth = 1;
   size_t level_end = scopes.size();
+  scope_first_child.reserve(scopes.size() + 1);
   for (size_t at = 0; at < scopes.size(); ++at) {
     if (at == level_end) {
       ++depth;
       level_end = scopes.size();
     }
     if (depth > kMaxScopeDepth) return false;
-    const uint32_t index = scopes[at];
-    const uint32_t first = uint32_t(nodes.size());
-    const uint32_t children_begin = nodes[index].ValueOffset();
-    if (!ParseChildren(children_begin, children_begin + GetValueSize(nodes[index]), scopes)) return false;
-    nodes[index].first_child = first;
-    nodes[index].child_count = uint32_t(nodes.size()) - first;
+    scope_first_child.push_back(uint32_t(nodes.size()));
+    const ChildRange range = scopes[at];  // a copy: `scopes` grows in the call
+    if (!ParseChildren(range.begin, range.end, scopes)) return false;
   }
+  scope_first_child.push_back(uint32_t(nodes.size()));
   return true;
 }
 
-bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end, std::vector<uint32_t>& scopes) {
+bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end, std::vector<ChildRange>& scopes) {
   ++sibling_lists_;
   // Locals rather than members in the loop: the image is bytes, which may alias anything, so a
   // member would be stored and loaded again around every write of a node.
@@ -194,42 +194,57 @@ bool BinaryDocumentReader::ParseChildren(uint32_t begin, uint32_t end, std::vect
   uint32_t* const seen_in = name_seen_in_.data();
   const uint32_t list = sibling_lists_;
   uint32_t at = begin;
-  // A malformed element fails the whole load, which drops what was parsed.
+  // A malformed element fails the whole load, which drops what was parsed. Each case checks that
+  // its payload lies within the range before reading it.
   while (at < end) {
     if (end - at < kBinaryElementHeadSize) return false;
     const uint16_t name = GetU16(data + at);
     const uint8_t tag = data[at + 2];
-    const uint32_t offset = at;
     at += kBinaryElementHeadSize;
-    uint32_t size = FixedValueSize(tag);
-    if (HasLengthField(tag)) {
+    if (name >= text_count) return false;
+    uint32_t payload = 0;
+    switch (tag) {
+    case BinaryTagScope:
+    case BinaryTagBinary: {
       if (end - at < 4) return false;
-      size = GetU32(data + at);
+      const uint32_t length = GetU32(data + at);
       at += 4;
+      if (length > end - at) return false;
+      if (tag == BinaryTagScope) {
+        payload = uint32_t(scopes.size());
+        scopes.push_back(ChildRange{at, at + length});
+      } else {
+        payload = at;
+      }
+      at += length;
+      break;
     }
-    if (name >= text_count || size > end - at) return false;
-    if (tag == BinaryTagString && GetU16(data + at) >= text_count) return false;
-    at += size;
+    case BinaryTagBool:
+      if (end - at < 1) return false;
+      payload = data[at];
+      at += 1;
+      break;
+    case BinaryTagInt:
+    case BinaryTagUnsigned:
+    case BinaryTagFloat:
+      if (end - at < 4) return false;
+      payload = GetU32(data + at);
+      at += 4;
+      break;
+    case BinaryTagString:
+      if (end - at < 2) return false;
+      payload = GetU16(data + at);
+      if (payload >= text_count) return false;
+      at += 2;
+      break;
+    default: break;  // an unknown tag: a bare head
+    }
     const bool first_of_name = seen_in[name] != list;
     seen_in[name] = list;
-    if (tag == BinaryTagScope) scopes.push_back(uint32_t(nodes.size()));
-    BinaryDocumentNode& node = nodes.emplace_back();
-    node.offset = offset;
-    node.name = name;
-    node.tag = tag;
-    node.first_of_name = first_of_name;
+    nodes.push_back(BinaryDocumentNode{name, tag, first_of_name, payload});
   }
   position = at;
   return true;
-}
-
-uint32_t BinaryDocumentReader::GetValueSize(const BinaryDocumentNode& node) const {
-  return HasLengthField(node.tag) ? GetU32(image.data() + node.offset + kBinaryElementHeadSize)
-                                  : FixedValueSize(node.tag);
-}
-
-std::string_view BinaryDocumentReader::GetStringValue(const BinaryDocumentNode& node) const {
-  return GetText(GetU16(Value(node)));
 }
 
 std::string BinaryDocumentReader::GetScopeName() {
@@ -257,7 +272,8 @@ const BinaryDocumentNode* BinaryDocumentReader::FindValue(const char* name, uint
 bool BinaryDocumentReader::Read(const char* name, BinaryData& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagBinary);
   if (node == nullptr) return false;
-  out.Write(Value(*node), GetValueSize(*node));
+  // The length stands just before the bytes; both were checked against the scope's range at load.
+  out.Write(image.data() + node->payload, GetU32(image.data() + node->payload - 4));
   out.cursor = 0;
   return true;
 }
@@ -272,28 +288,28 @@ bool BinaryDocumentReader::Read(const char* name, std::string& out) {
 bool BinaryDocumentReader::Read(const char* name, float& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagFloat);
   if (node == nullptr) return false;
-  std::memcpy(&out, Value(*node), 4);
+  std::memcpy(&out, &node->payload, 4);
   return true;
 }
 
 bool BinaryDocumentReader::Read(const char* name, unsigned int& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagUnsigned);
   if (node == nullptr) return false;
-  out = GetU32(Value(*node));
+  out = node->payload;
   return true;
 }
 
 bool BinaryDocumentReader::Read(const char* name, int& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagInt);
   if (node == nullptr) return false;
-  out = int(GetU32(Value(*node)));
+  out = int(node->payload);
   return true;
 }
 
 bool BinaryDocumentReader::Read(const char* name, bool& out) {
   const BinaryDocumentNode* node = FindValue(name, BinaryTagBool);
   if (node == nullptr) return false;
-  out = Value(*node)[0] != 0;
+  out = node->payload != 0;
   return true;
 }
 

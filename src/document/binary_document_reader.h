@@ -97,11 +97,8 @@ public:
       if (children[at].name == name && children[at].first_of_name) return Found(scope, at, tag);
     return nullptr;
   }
-  const uint8_t* Value(const BinaryDocumentNode& node) const { return image.data() + node.ValueOffset(); }
-  // The byte count of the payload at Value(node); checked against its range at load.
-  uint32_t GetValueSize(const BinaryDocumentNode& node) const;
   // The text that a string element holds.
-  std::string_view GetStringValue(const BinaryDocumentNode& node) const;
+  std::string_view GetStringValue(const BinaryDocumentNode& node) const { return GetText(node.payload); }
   // The text of dictionary entry `index`, which a loaded node's name or string value always is.
   std::string_view GetText(uint32_t index) const {
     return {reinterpret_cast<const char*>(strings[index]), EntryLength(index)};
@@ -130,15 +127,24 @@ public:
   // Every node of the document, the children of each scope side by side: one allocation for a
   // load, however many scopes it has.
   std::vector<BinaryDocumentNode> nodes;
+  // The children of scope k (a scope node's payload) are the nodes from entry k to entry k + 1:
+  // scopes are parsed breadth first, each one's children appended behind the last one's.
+  std::vector<uint32_t> scope_first_child;
 
 private:
   // Indexes the dictionary and parses the body of `image`.
   bool Parse();
   // Parses the body [begin, end) into `nodes`; false for a malformed element or too deep a scope.
   bool ParseBody(uint32_t begin, uint32_t end);
+  // The range of the image that holds a scope's children.
+  struct ChildRange {
+    uint32_t begin;
+    uint32_t end;
+  };
   // Appends the elements of [begin, end) to `nodes`, marks the first of each name among them and
-  // appends the index of each scope to `scopes`; false for a malformed element.
-  bool ParseChildren(uint32_t begin, uint32_t end, std::vector<uint32_t>& scopes);
+  // appends the child range of each scope to `scopes`, whose index becomes the scope's payload;
+  // false for a malformed element.
+  bool ParseChildren(uint32_t begin, uint32_t end, std::vector<ChildRange>& scopes);
   // The current scope (the root at the root), and its children.
   OpenScope& Current() { return scope_stack.empty() ? root : scope_stack.back(); }
   std::span<const BinaryDocumentNode> Children(const OpenScope& scope) const {
@@ -150,8 +156,9 @@ private:
     while (scope.cursor < scope.child_count && !children[scope.cursor].IsScope()) ++scope.cursor;
     if (scope.cursor == scope.child_count) return false;
     const BinaryDocumentNode& node = children[scope.cursor];
+    const uint32_t first = scope_first_child[node.payload];
     // `scope` may lie in the stack that grows here.
-    scope_stack.push_back(OpenScope{node.first_child, node.child_count, 0, 0, node.name});
+    scope_stack.push_back(OpenScope{first, scope_first_child[node.payload + 1] - first, 0, 0, node.name});
     return true;
   }
   // The first element named `name` in the current scope, if it has `tag`; else null.

@@ -3,6 +3,7 @@
 // Where several names share a value, the first in name order is written ("Default" for value 4
 // of RotationOrder); every name reads back.
 
+#include <cstdint>
 #include <string>
 #include <type_traits>
 
@@ -13,8 +14,16 @@
 
 namespace tv {
 
+// What every enum serializer shares, so that a walk can recognise one and store a value it has
+// looked up itself.
+class EnumSerializer : public TypeSerializer {
+public:
+  // Stores `value`, narrowed to the enum's width, into the enum at `object`.
+  virtual void Assign(void* object, int32_t value) const = 0;
+};
+
 template <typename E>
-class EnumTypeSerializer final : public TypeSerializer {
+class EnumTypeSerializer final : public EnumSerializer {
   static_assert(std::is_enum_v<E>);
 
 public:
@@ -29,8 +38,11 @@ public:
     if (!reader.Read(name, value_name)) return false;
     const auto found = type->enum_values.find(value_name);
     if (found == type->enum_values.end()) return false;
-    *static_cast<E*>(object) = static_cast<E>(static_cast<std::underlying_type_t<E>>(found->second));
+    Assign(object, found->second);
     return true;
+  }
+  void Assign(void* object, int32_t value) const override {
+    *static_cast<E*>(object) = static_cast<E>(static_cast<std::underlying_type_t<E>>(value));
   }
   // A value without a name answers false and writes nothing.
   bool Serialize(DocumentWriter& writer, const void* object, Type* type, SerializationContext*,

@@ -32,4 +32,21 @@ public:
   std::string path;
 };
 
+// Keeps (type, object) on the context's stack for the length of one step of a walk, on every path.
+template <typename Context, typename Object>
+class ContextStackEntry {
+public:
+  ContextStackEntry(Context* context, Type* type, Object object) : context_(context) {
+    if (context_ != nullptr) context_->object_stack.emplace_back(type, object);
+  }
+  ~ContextStackEntry() {
+    if (context_ != nullptr) context_->object_stack.pop_back();
+  }
+  ContextStackEntry(const ContextStackEntry&) = delete;
+  ContextStackEntry& operator=(const ContextStackEntry&) = delete;
+
+private:
+  Context* context_;
+};
+
 } // namespace tv

@@ -10,29 +10,13 @@
 #include "document/binary_deserialization.h"
 #include "document/binary_document_reader.h"
 #include "document/document_scope.h"
+#include "document/serialization_context.h"
 #include "reflection/type.h"
 #include "reflection/type_registry.h"
 
 namespace tv {
 
 namespace {
-
-// Keeps (type, object) on the context's stack for the length of one call, on every path.
-template <typename Context, typename Object>
-class StackEntry {
-public:
-  StackEntry(Context* context, Type* type, Object object) : context_(context) {
-    if (context_ != nullptr) context_->object_stack.emplace_back(type, object);
-  }
-  ~StackEntry() {
-    if (context_ != nullptr) context_->object_stack.pop_back();
-  }
-  StackEntry(const StackEntry&) = delete;
-  StackEntry& operator=(const StackEntry&) = delete;
-
-private:
-  Context* context_;
-};
 
 // A field's value seen in place as a TypeValue, for the comparator, without copying it.
 class BorrowedValue {
@@ -238,7 +222,7 @@ bool Serialize(DocumentWriter& writer, const void* object, Type* type, Serializa
                const char* name, bool skip_serializer) {
   if (type == nullptr || object == nullptr) return false;
   if (name == nullptr) name = "";
-  const StackEntry<SerializationContext, const void*> entry(context, type, object);
+  const ContextStackEntry<SerializationContext, const void*> entry(context, type, object);
   if (!skip_serializer && type->serializer != nullptr)
     return type->serializer->Serialize(writer, object, type, context, name);
 
@@ -262,7 +246,7 @@ bool Deserialize(DocumentReader& reader, void* object, Type* type, Deserializati
                  bool skip_serializer) {
   if (type == nullptr || object == nullptr) return false;
   if (name == nullptr) name = "";
-  const StackEntry<DeserializationContext, void*> entry(context, type, object);
+  const ContextStackEntry<DeserializationContext, void*> entry(context, type, object);
   if (!skip_serializer && type->serializer != nullptr)
     return type->serializer->Deserialize(reader, object, type, context, name);
 

@@ -408,7 +408,8 @@ TEST_F(SerializeTest, EveryTypeWithAFactoryComesBackTheSameInEveryForm) {
   EXPECT_TRUE(tv_test::TakeLog().empty());
 }
 
-// Deserialize's answer and the Sample it leaves, as JSON text with every field written.
+// Deserialize's answer, the context's stack at each call of a serializer inside (its depth and
+// the type on top), and the Sample it leaves, as JSON text with every field written.
 std::string ReadSample(tv::DocumentReader& reader, tv::Type* type) {
   Sample read;  // away from the defaults, so that a skipped read and a default set on failure show
   read.flag = true;
@@ -418,11 +419,16 @@ std::string ReadSample(tv::DocumentReader& reader, tv::Type* type) {
   read.level = 2;
   read.port = 3;
   read.name = "before";
-  const bool answer = tv::Deserialize(reader, &read, type, nullptr, "");
+  tv::DeserializationContext context;
+  TaggedCalls().clear();
+  const bool answer = tv::Deserialize(reader, &read, type, &context, "");
   EXPECT_EQ(reader.GetScopeName(), "root");
+  EXPECT_TRUE(context.object_stack.empty());
+  std::string calls;
+  for (const SerializerCall& call : TaggedCalls()) calls += std::to_string(call.stack_size) + call.top_type + " ";
   tv::JSONDocumentWriter writer;
   EXPECT_TRUE(tv::Serialize(writer, &read, type, nullptr, ""));
-  return (answer ? "true " : "false ") + writer.SaveToString();
+  return (answer ? "true " : "false ") + calls + writer.SaveToString();
 }
 
 // Binary documents from the writer are deserialized by a walk of their own, which matches names
@@ -432,12 +438,18 @@ std::string ReadSample(tv::DocumentReader& reader, tv::Type* type) {
 TEST_F(SerializeTest, BinaryWalkReadsIrregularDocumentsAsTheSharedWalk) {
   const char* const documents[] = {
       // scopes and values in reverse order, the base scope last
-      "Inner{Weight=3f Values{slot{value=4} slot{value=5}}} Inners{slot{Weight=6f Values{}}} Scale=2f Port=80u "
+      "Tags{slot{Kind='tagged' Value=2} slot{Value=3}} Inner{Tag{Kind='tagged' Value=1} Weight=3f "
+      "Values{slot{value=4} slot{value=5}}} Inners{slot{Weight=6f Values{} Tag{Kind='tagged'}}} Scale=2f Port=80u "
       "Flag=false Order='XZY' Hidden=17 Count=3 WalkBase{Label='late' Id=4}",
       // values outside the ranges of narrow fields
       "Letter=300 Shift=40000 Level=256u Port=70000u Count=5",
       // values of the wrong kind
-      "Count=2f Flag=1 Name=8 Mask=-1 Scale=3u Hidden='x' Order='NoSuchOrder'",
+      "Count=2f Flag=1 Name=8 Mask=-1 Scale=3u Hidden='x' Order='NoSuchOrder' Inners{slot{Tag=1} slot{Weight=1}}",
+      "Order=3 Inners{slot{Weight='x' Values=2}}",
+      // scopes named as fields held as values; a nested class that fails without a default
+      "Mask=1u Count=1 Hidden=1 Scale{Scale=5f} Count{}",
+      "Mask=1u Count=1 Hidden=1 Inner{Tag{Kind='other'}}",
+      "Mask=1u Count=1 Hidden=1 Inner{Tag{Kind='tagged' Value=1}}",
       // repeated names, foreign scopes between slots, slots without a value
       "Count=1 Count=2 Name='first' Name='second' Count{} Inner{Values{slot{value=1} Other{value=9} slot{other=3} "
       "slot{value=2f} slot{value=4}}} Inner{Weight=8f}",

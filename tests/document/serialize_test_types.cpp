@@ -117,7 +117,9 @@ void RegisterTestTypes(tv::TypeRegistry& registry) {
   Type* inner = tv::RegisterValueType<SampleInner>(registry);
   tv::AddMemberField(inner, "Weight", &SampleInner::weight);
   inner->AddField("Values", new ClassField<SampleInner, std::vector<int32_t>>(&SampleInner::values));
+  inner->AddField("Tag", new ClassField<SampleInner, Tagged>(&SampleInner::tag));
   tv::RegisterVectorType<SampleInner>(registry);
+  tv::RegisterVectorType<Tagged>(registry);
   Type* sample = tv::RegisterValueType<Sample>(registry);
   sample->AddBase(sample_base, new tv::ConcreteTypeCaster<Sample, SampleBase>());
   tv::AddMemberField(sample, "Flag", &Sample::flag);
@@ -133,6 +135,7 @@ void RegisterTestTypes(tv::TypeRegistry& registry) {
   sample->AddField("Hidden", new tv::ClassProperty<Sample, int32_t, HiddenAccess>());
   sample->AddField("Inner", new ClassField<Sample, SampleInner>(&Sample::inner));
   sample->AddField("Inners", new ClassField<Sample, std::vector<SampleInner>>(&Sample::inners));
+  sample->AddField("Tags", new ClassField<Sample, std::vector<Tagged>>(&Sample::tags));
 }
 
 } // namespace serialize_test

@@ -74,6 +74,7 @@ struct SampleBase {
 struct SampleInner {
   float weight = 0;
   std::vector<int32_t> values;
+  Tagged tag;  // its serializer records the context's stack
 };
 struct Sample : SampleBase {
   bool flag = false;
@@ -88,6 +89,7 @@ struct Sample : SampleBase {
   tv::RotationOrder order = tv::RotationOrder::ZYX;
   SampleInner inner;
   std::vector<SampleInner> inners;
+  std::vector<Tagged> tags;
   int32_t stored = 0;  // reached only through the property "Hidden"
 };
 
