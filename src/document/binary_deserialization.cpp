@@ -43,6 +43,7 @@ struct EnumLookup {
 struct FieldStep {
   const std::string* name;
   const TypeField* field;
+  int64_t offset;      // the field's fixed offset, or -1 where it has none
   int32_t name_index;  // -1 where the document never uses the name
   Route route;
   BasicValueKind direct;                  // for Direct
@@ -105,7 +106,8 @@ Route RouteOf(const Type* type) {
 
 FieldStep MakeStep(BinaryDocumentReader& reader, BinaryWalkState& state, const std::string& name,
                    const TypeField& field) {
-  FieldStep step{&name, &field, reader.FindName(name), Route::Shared, BasicValueKind::None, nullptr, nullptr};
+  FieldStep step{&name,         &field,  field.GetFixedOffset(), reader.FindName(name), Route::Shared,
+                 BasicValueKind::None, nullptr, nullptr};
   if (field.adapter != nullptr || name.empty()) return step;
   step.route = RouteOf(field.type);
   if (step.route == Route::Direct) step.direct = GetBasicValueKind(field.type);
@@ -210,7 +212,9 @@ bool ReadScopeValue(BinaryDocumentReader& reader, Route route, void* value, Type
 
 // DeserializeField, by the field's route.
 bool ReadField(BinaryDocumentReader& reader, void* object, const FieldStep& step, DeserializationContext* context) {
-  void* value = step.route == Route::Shared ? nullptr : step.field->GetPointer(object);
+  void* value = step.route == Route::Shared ? nullptr
+                : step.offset >= 0            ? static_cast<char*>(object) + step.offset
+                                              : step.field->GetPointer(object);
   if (value == nullptr) return DeserializeField(reader, object, step.field, context, step.name->c_str());
   bool read = false;
   switch (step.route) {
@@ -277,18 +281,29 @@ bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* ty
 void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const Type* type,
                                DeserializationContext* context) {
   const BinaryWalkState& state = StateOf(reader);
-  const std::unique_ptr<ContainerWriteInterface> elements = type->container_factory->MakeWriteInterface(object);
+  const ContainerInterfaceFactory& factory = *type->container_factory;
   uint32_t count = 0;
   for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) count += node.IsScope() && node.name == state.slot;
-  if (!elements->Resize(count) || count == 0 || !reader.EnterFirstChild()) return;
-  Type* element_type = elements->element_type;
+  // Elements side by side are reached by their size; others through an interface.
+  std::unique_ptr<ContainerWriteInterface> elements;
+  char* first = nullptr;
+  size_t element_size = 0;
+  if (void* start = nullptr; factory.ResizeContiguous(object, count, start, element_size)) {
+    first = static_cast<char*>(start);
+  } else {
+    elements = factory.MakeWriteInterface(object);
+    if (!elements->Resize(count)) return;
+  }
+  if (count == 0 || !reader.EnterFirstChild()) return;
+  Type* element_type = factory.element_type;
   const Route route = RouteOf(element_type);
   const BasicValueKind direct = route == Route::Direct ? GetBasicValueKind(element_type) : BasicValueKind::None;
   // Foreign scopes between the slots are passed over, so the slots fill the elements densely.
   uint32_t index = 0;
   do {
     if (reader.GetScopeNameIndex() != state.slot) continue;
-    void* element = elements->GetPointer(index++);
+    void* element = first != nullptr ? first + size_t(index) * element_size : elements->GetPointer(index);
+    ++index;
     // A failed element stays as Resize made it.
     switch (route) {
     case Route::Direct: ReadDirect(reader, state.value, direct, element); break;

@@ -3,6 +3,7 @@
 // interface. A factory makes interfaces over one container object; the caller owns them, and an
 // interface is valid while its container lives.
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -43,9 +44,20 @@ public:
 
 class ContainerInterfaceFactory {
 public:
+  explicit ContainerInterfaceFactory(Type* element) : element_type(element) {}
   virtual ~ContainerInterfaceFactory() = default;
   virtual std::unique_ptr<ContainerReadInterface> MakeReadInterface(const void* object) const = 0;
   virtual std::unique_ptr<ContainerWriteInterface> MakeWriteInterface(void* object) const = 0;
+  // For a container that keeps its elements side by side, a resize without an interface, for
+  // walks that fill many small containers: resizes the one at `object` to `count` (new elements
+  // default) and sets `first` to element 0 (null when empty), each next element `element_size`
+  // bytes further. False, nothing done, for a container of another layout.
+  virtual bool ResizeContiguous(void* /*object*/, uint32_t /*count*/, void*& /*first*/,
+                                size_t& /*element_size*/) const {
+    return false;
+  }
+
+  Type* element_type;
 };
 
 template <typename T>
@@ -87,15 +99,20 @@ private:
 template <typename T>
 class StdVectorInterfaceFactory final : public ContainerInterfaceFactory {
 public:
-  explicit StdVectorInterfaceFactory(Type* element) : element_type(element) {}
+  explicit StdVectorInterfaceFactory(Type* element) : ContainerInterfaceFactory(element) {}
   std::unique_ptr<ContainerReadInterface> MakeReadInterface(const void* object) const override {
     return std::make_unique<StdVectorReadInterface<T>>(element_type, static_cast<const std::vector<T>*>(object));
   }
   std::unique_ptr<ContainerWriteInterface> MakeWriteInterface(void* object) const override {
     return std::make_unique<StdVectorWriteInterface<T>>(element_type, static_cast<std::vector<T>*>(object));
   }
-
-  Type* element_type;
+  bool ResizeContiguous(void* object, uint32_t count, void*& first, size_t& element_size) const override {
+    auto& vector = *static_cast<std::vector<T>*>(object);
+    vector.resize(count);
+    first = vector.data();
+    element_size = sizeof(T);
+    return true;
+  }
 };
 
 } // namespace tv

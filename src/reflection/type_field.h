@@ -63,6 +63,10 @@ public:
   // The field's address inside `object`; null for a field without one (a property).
   virtual const void* GetConstPointer(const void* object) const;
   virtual void* GetPointer(void* object) const;
+  // The field's distance in bytes from the start of its object where every object holds it at
+  // the same place (a data member), so that walks over many objects need no call for each; -1
+  // for any other field.
+  virtual int64_t GetFixedOffset() const { return -1; }
 
   // A new value of the field's type holding the field of `object`.
   TypeValue GetValue(const void* object) const;
@@ -104,6 +108,7 @@ public:
   void Set(void* object, const void* in) const override { *static_cast<T*>(GetPointer(object)) = *static_cast<const T*>(in); }
   const void* GetConstPointer(const void* object) const override { return static_cast<const char*>(object) + offset; }
   void* GetPointer(void* object) const override { return static_cast<char*>(object) + offset; }
+  int64_t GetFixedOffset() const override { return offset; }
 
   uint32_t offset;
   uint32_t field_size;

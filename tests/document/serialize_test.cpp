@@ -440,7 +440,7 @@ TEST_F(SerializeTest, BinaryWalkReadsIrregularDocumentsAsTheSharedWalk) {
       // scopes and values in reverse order, the base scope last
       "Tags{slot{Kind='tagged' Value=2} slot{Value=3}} Inner{Tag{Kind='tagged' Value=1} Weight=3f "
       "Values{slot{value=4} slot{value=5}}} Inners{slot{Weight=6f Values{} Tag{Kind='tagged'}}} Scale=2f Port=80u "
-      "Flag=false Order='XZY' Hidden=17 Count=3 WalkBase{Label='late' Id=4}",
+      "Flag=false Order='XZY' Hidden=17 Count=3 WalkBase{Label='late' Id=4} Labels{slot{Id=1} Other{} slot{Label='b'}}",
       // values outside the ranges of narrow fields
       "Letter=300 Shift=40000 Level=256u Port=70000u Count=5",
       // values of the wrong kind

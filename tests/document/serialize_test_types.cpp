@@ -59,6 +59,22 @@ struct HiddenAccess {
   static void Set(Sample& sample, const int32_t& value) { sample.stored = value; }
 };
 
+// A vector reached only through element interfaces, as a container of another layout would be.
+template <typename T>
+class InterfaceOnlyFactory final : public tv::ContainerInterfaceFactory {
+public:
+  explicit InterfaceOnlyFactory(Type* element) : ContainerInterfaceFactory(element), vector_(element) {}
+  std::unique_ptr<tv::ContainerReadInterface> MakeReadInterface(const void* object) const override {
+    return vector_.MakeReadInterface(object);
+  }
+  std::unique_ptr<tv::ContainerWriteInterface> MakeWriteInterface(void* object) const override {
+    return vector_.MakeWriteInterface(object);
+  }
+
+private:
+  tv::StdVectorInterfaceFactory<T> vector_;
+};
+
 } // namespace
 
 void RegisterTestTypes(tv::TypeRegistry& registry) {
@@ -136,6 +152,9 @@ void RegisterTestTypes(tv::TypeRegistry& registry) {
   sample->AddField("Inner", new ClassField<Sample, SampleInner>(&Sample::inner));
   sample->AddField("Inners", new ClassField<Sample, std::vector<SampleInner>>(&Sample::inners));
   sample->AddField("Tags", new ClassField<Sample, std::vector<Tagged>>(&Sample::tags));
+  tv::RegisterValueType<std::vector<SampleBase>>(registry)->container_factory =
+      std::make_unique<InterfaceOnlyFactory<SampleBase>>(sample_base);
+  sample->AddField("Labels", new ClassField<Sample, std::vector<SampleBase>>(&Sample::labels));
 }
 
 } // namespace serialize_test

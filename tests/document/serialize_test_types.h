@@ -90,6 +90,7 @@ struct Sample : SampleBase {
   SampleInner inner;
   std::vector<SampleInner> inners;
   std::vector<Tagged> tags;
+  std::vector<SampleBase> labels;  // through a factory without ResizeContiguous
   int32_t stored = 0;  // reached only through the property "Hidden"
 };
 
