@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <string>
@@ -137,14 +138,20 @@ const ClassPlan& PlanOf(BinaryDocumentReader& reader, BinaryWalkState& state, co
   return found->second;
 }
 
-// A number of tag `tag` stored as `Stored` when it lies in the range of `Range`, as the narrow
-// reads of the reader interface do; otherwise `object` is left alone.
+// The tag that a value of each kind is read from, as the narrow reads of the interface take it.
+constexpr uint8_t kTagOfKind[] = {BinaryTagBool,     BinaryTagInt,      BinaryTagInt,
+                                  BinaryTagInt,      BinaryTagUnsigned, BinaryTagUnsigned,
+                                  BinaryTagUnsigned, BinaryTagFloat,    BinaryTagString};
+static_assert(std::size(kTagOfKind) == size_t(BasicValueKind::None));
+
+uint8_t TagOf(BasicValueKind kind) { return kind == BasicValueKind::None ? 0xff : kTagOfKind[size_t(kind)]; }
+
+// The number of `node` stored as `Stored` when it lies in the range of `Range`; otherwise `object`
+// is left alone.
 template <typename Range, typename Stored, typename Wide>
-bool ReadNumber(BinaryDocumentReader& reader, int32_t name, uint32_t tag, void* object) {
-  const BinaryDocumentNode* node = reader.FindValue(name, tag);
-  if (node == nullptr) return false;
+bool StoreNumber(const BinaryDocumentNode& node, void* object) {
   Wide wide;
-  std::memcpy(&wide, &node->payload, sizeof wide);
+  std::memcpy(&wide, &node.payload, sizeof wide);
   if constexpr (sizeof(Range) < sizeof(Wide)) {
     if (wide < Wide(std::numeric_limits<Range>::min()) || wide > Wide(std::numeric_limits<Range>::max())) return false;
   }
@@ -152,34 +159,29 @@ bool ReadNumber(BinaryDocumentReader& reader, int32_t name, uint32_t tag, void* 
   return true;
 }
 
-bool ReadDirect(BinaryDocumentReader& reader, int32_t name, BasicValueKind kind, void* object) {
-  if (name < 0) return false;
+// Stores the value of `node`, found under the tag of `kind` (or null), as a value of `kind`.
+[[gnu::always_inline]] inline bool StoreDirect(const BinaryDocumentReader& reader, const BinaryDocumentNode* node,
+                                               BasicValueKind kind, void* object) {
+  if (node == nullptr) return false;
   switch (kind) {
-  case BasicValueKind::Bool: {
-    const BinaryDocumentNode* node = reader.FindValue(name, BinaryTagBool);
-    if (node == nullptr) return false;
-    *static_cast<bool*>(object) = node->payload != 0;
-    return true;
-  }
-  case BasicValueKind::Char: return ReadNumber<int8_t, char, int32_t>(reader, name, BinaryTagInt, object);
-  case BasicValueKind::Short: return ReadNumber<int16_t, int16_t, int32_t>(reader, name, BinaryTagInt, object);
-  case BasicValueKind::Int: return ReadNumber<int32_t, int32_t, int32_t>(reader, name, BinaryTagInt, object);
-  case BasicValueKind::UnsignedChar:
-    return ReadNumber<uint8_t, uint8_t, uint32_t>(reader, name, BinaryTagUnsigned, object);
-  case BasicValueKind::UnsignedShort:
-    return ReadNumber<uint16_t, uint16_t, uint32_t>(reader, name, BinaryTagUnsigned, object);
-  case BasicValueKind::UnsignedInt:
-    return ReadNumber<uint32_t, uint32_t, uint32_t>(reader, name, BinaryTagUnsigned, object);
-  case BasicValueKind::Float: return ReadNumber<float, float, float>(reader, name, BinaryTagFloat, object);
-  case BasicValueKind::String: {
-    const BinaryDocumentNode* node = reader.FindValue(name, BinaryTagString);
-    if (node == nullptr) return false;
-    static_cast<std::string*>(object)->assign(reader.GetStringValue(*node));
-    return true;
-  }
+  case BasicValueKind::Bool: *static_cast<bool*>(object) = node->payload != 0; return true;
+  case BasicValueKind::Char: return StoreNumber<int8_t, char, int32_t>(*node, object);
+  case BasicValueKind::Short: return StoreNumber<int16_t, int16_t, int32_t>(*node, object);
+  case BasicValueKind::Int: return StoreNumber<int32_t, int32_t, int32_t>(*node, object);
+  case BasicValueKind::UnsignedChar: return StoreNumber<uint8_t, uint8_t, uint32_t>(*node, object);
+  case BasicValueKind::UnsignedShort: return StoreNumber<uint16_t, uint16_t, uint32_t>(*node, object);
+  case BasicValueKind::UnsignedInt: return StoreNumber<uint32_t, uint32_t, uint32_t>(*node, object);
+  case BasicValueKind::Float: return StoreNumber<float, float, float>(*node, object);
+  case BasicValueKind::String: static_cast<std::string*>(object)->assign(reader.GetStringValue(*node)); return true;
   case BasicValueKind::None: return false;
   }
   return false;
+}
+
+// As Read does in the current scope: the value under `name`, if it has the tag of `kind`.
+[[gnu::always_inline]] inline bool ReadDirect(BinaryDocumentReader& reader, int32_t name, BasicValueKind kind,
+                                              void* object) {
+  return name >= 0 && StoreDirect(reader, reader.FindValue(name, TagOf(kind)), kind, object);
 }
 
 // As the enum serializer reads: a string under the name, holding one of the enum's names.
@@ -294,10 +296,26 @@ void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const
     elements = factory.MakeWriteInterface(object);
     if (!elements->Resize(count)) return;
   }
-  if (count == 0 || !reader.EnterFirstChild()) return;
+  if (count == 0) return;
   Type* element_type = factory.element_type;
   const Route route = RouteOf(element_type);
-  const BasicValueKind direct = route == Route::Direct ? GetBasicValueKind(element_type) : BasicValueKind::None;
+  if (route == Route::Direct) {
+    // Each slot's value is found among its children without entering it, which the walk of the
+    // scopes would do only to leave at once: the reader's scopes and read positions stay as a
+    // walk that entered and left each slot leaves them, but for the cursor of this scope, which
+    // the next entry resets.
+    const BasicValueKind direct = GetBasicValueKind(element_type);
+    const uint8_t tag = TagOf(direct);
+    uint32_t index = 0;
+    for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) {
+      if (!node.IsScope() || node.name != state.slot) continue;
+      void* element = first != nullptr ? first + size_t(index) * element_size : elements->GetPointer(index);
+      ++index;
+      StoreDirect(reader, reader.FindChildValue(node, state.value, tag), direct, element);
+    }
+    return;
+  }
+  if (!reader.EnterFirstChild()) return;
   // Foreign scopes between the slots are passed over, so the slots fill the elements densely.
   uint32_t index = 0;
   do {
@@ -306,9 +324,9 @@ void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const
     ++index;
     // A failed element stays as Resize made it.
     switch (route) {
-    case Route::Direct: ReadDirect(reader, state.value, direct, element); break;
     case Route::Class:
     case Route::Container: ReadScopeValue(reader, route, element, element_type, context); break;
+    case Route::Direct:
     case Route::Enum:
     case Route::Shared: Deserialize(reader, element, element_type, context, "value"); break;
     }

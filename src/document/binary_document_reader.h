@@ -97,6 +97,14 @@ public:
       if (children[at].name == name && children[at].first_of_name) return Found(scope, at, tag);
     return nullptr;
   }
+  // As FindValue in the scope `scope`, without entering it: its first child with the name of index
+  // `name`, if it has `tag`; else null. No read position moves.
+  const BinaryDocumentNode* FindChildValue(const BinaryDocumentNode& scope, int32_t name, uint32_t tag) const {
+    const uint32_t end = scope_first_child[scope.payload + 1];
+    for (uint32_t at = scope_first_child[scope.payload]; at < end; ++at)
+      if (nodes[at].name == name) return nodes[at].tag == tag ? &nodes[at] : nullptr;
+    return nullptr;
+  }
   // The text that a string element holds.
   std::string_view GetStringValue(const BinaryDocumentNode& node) const { return GetText(node.payload); }
   // The text of dictionary entry `index`, which a loaded node's name or string value always is.

@@ -452,7 +452,7 @@ TEST_F(SerializeTest, BinaryWalkReadsIrregularDocumentsAsTheSharedWalk) {
       "Mask=1u Count=1 Hidden=1 Inner{Tag{Kind='tagged' Value=1}}",
       // repeated names, foreign scopes between slots, slots without a value
       "Count=1 Count=2 Name='first' Name='second' Count{} Inner{Values{slot{value=1} Other{value=9} slot{other=3} "
-      "slot{value=2f} slot{value=4}}} Inner{Weight=8f}",
+      "slot{value=2f value=6} slot{value=4}}} Inner{Weight=8f}",
       "Inners{}",
       "",
   };
