@@ -305,8 +305,10 @@ bool task_system::run_one(std::unique_lock<std::mutex>& lock, const std::shared_
   queue.erase(at);
   running.push_back(t.get());
   lock.unlock();
-  execute(t);
+  t->run();
+  // The bookkeeping under the same hold that the caller goes on with.
   lock.lock();
+  finish_task(t, lock);
   return true;
 }
 
