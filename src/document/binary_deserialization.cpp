@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "document/basic_value_kind.h"
+#include "document/basic_storage.h"
 #include "document/binary_document_reader.h"
 #include "document/enum_type_serializer.h"
 #include "document/serialization_context.h"
@@ -101,8 +101,7 @@ Route RouteOf(const Type* type) {
   if (type->serializer != nullptr)
     return dynamic_cast<const EnumSerializer*>(type->serializer.get()) != nullptr ? Route::Enum : Route::Shared;
   if (type->container_factory != nullptr) return Route::Container;
-  if (!type->IsBasic()) return Route::Class;
-  return GetBasicValueKind(type) != BasicValueKind::None ? Route::Direct : Route::Shared;
+  return type->IsBasic() ? Route::Direct : Route::Class;
 }
 
 FieldStep MakeStep(BinaryDocumentReader& reader, BinaryWalkState& state, const std::string& name,
@@ -111,7 +110,7 @@ FieldStep MakeStep(BinaryDocumentReader& reader, BinaryWalkState& state, const s
                  BasicValueKind::None, nullptr, nullptr};
   if (field.adapter != nullptr || name.empty()) return step;
   step.route = RouteOf(field.type);
-  if (step.route == Route::Direct) step.direct = GetBasicValueKind(field.type);
+  if (step.route == Route::Direct) step.direct = field.type->GetBasicValueKind();
   if (step.route == Route::Enum) {
     step.enum_serializer = static_cast<const EnumSerializer*>(field.type->serializer.get());
     step.enum_lookup = &state.enums[field.type];
@@ -304,7 +303,7 @@ void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const
     // scopes would do only to leave at once: the reader's scopes and read positions stay as a
     // walk that entered and left each slot leaves them, but for the cursor of this scope, which
     // the next entry resets.
-    const BasicValueKind direct = GetBasicValueKind(element_type);
+    const BasicValueKind direct = element_type->GetBasicValueKind();
     const uint8_t tag = TagOf(direct);
     uint32_t index = 0;
     for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) {

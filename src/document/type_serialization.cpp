@@ -6,7 +6,7 @@
 #include <string_view>
 #include <typeinfo>
 
-#include "document/basic_value_kind.h"
+#include "document/basic_storage.h"
 #include "document/binary_deserialization.h"
 #include "document/binary_document_reader.h"
 #include "document/document_scope.h"
@@ -41,7 +41,7 @@ const T& As(const void* object) {
 }
 
 bool WriteBasic(DocumentWriter& writer, const void* object, const Type* type, const char* name) {
-  switch (GetBasicValueKind(type)) {
+  switch (type->GetBasicValueKind()) {
   case BasicValueKind::Bool: return writer.Write(name, As<bool>(object));
   // Char is signed on every target the core builds for; the cast keeps it so everywhere.
   case BasicValueKind::Char: return writer.Write(name, int(static_cast<signed char>(As<char>(object))));
@@ -67,7 +67,7 @@ bool ReadInto(DocumentReader& reader, const char* name, void* object) {
 }
 
 bool ReadBasic(DocumentReader& reader, void* object, const Type* type, const char* name) {
-  switch (GetBasicValueKind(type)) {
+  switch (type->GetBasicValueKind()) {
   case BasicValueKind::Bool: return ReadInto<bool, bool>(reader, name, object);
   // The narrow reads refuse values outside the target's range.
   case BasicValueKind::Char: return ReadInto<int8_t, char>(reader, name, object);

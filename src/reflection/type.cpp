@@ -1,6 +1,7 @@
 #include "reflection/type.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "reflection/type_registry.h"
 
@@ -11,22 +12,19 @@ bool IsSameType(const Type* a, const Type* b) {
   return a != nullptr && b != nullptr && a->GetNameHash() == b->GetNameHash();
 }
 
-namespace {
-
-bool IsBasicName(uint32_t name_hash) {
-  static const uint32_t kBasicHashes[] = {
-      TypeNameHash("Bool"),         TypeNameHash("Char"),          TypeNameHash("Short"),
-      TypeNameHash("Int"),          TypeNameHash("UnsignedChar"),  TypeNameHash("UnsignedShort"),
-      TypeNameHash("UnsignedInt"),  TypeNameHash("Float"),         TypeNameHash("String"),
-  };
-  return std::find(std::begin(kBasicHashes), std::end(kBasicHashes), name_hash) != std::end(kBasicHashes);
+BasicValueKind BasicValueKindOfName(std::string_view type_name) {
+  // In the order of the kinds.
+  static constexpr std::string_view kNames[] = {"Bool",          "Char",        "Short", "Int",   "UnsignedChar",
+                                                "UnsignedShort", "UnsignedInt", "Float", "String"};
+  static_assert(std::size(kNames) == size_t(BasicValueKind::None));
+  for (size_t kind = 0; kind < std::size(kNames); ++kind)
+    if (type_name == kNames[kind]) return BasicValueKind(kind);
+  return BasicValueKind::None;
 }
-
-} // namespace
 
 Type::Type(TypeRegistry* owner, const std::string& type_name)
     : registry(owner), name(type_name), native_name(type_name), name_hash_(TypeNameHash(type_name)),
-      basic_(IsBasicName(name_hash_)) {}
+      basic_kind_(BasicValueKindOfName(type_name)) {}
 
 Type::~Type() = default;
 

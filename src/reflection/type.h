@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "reflection/basic_value_kind.h"
 #include "reflection/container_interface.h"
 #include "reflection/type_factory.h"
 #include "reflection/type_field.h"
@@ -41,7 +42,9 @@ public:
   // One of the nine value types of documents: Bool, Char, Short, Int, UnsignedChar, UnsignedShort,
   // UnsignedInt, Float and String. Known from the name, so settled at construction: every walk of
   // a document asks it for each value.
-  bool IsBasic() const { return basic_; }
+  bool IsBasic() const { return basic_kind_ != BasicValueKind::None; }
+  // Which of the nine; None for any other type.
+  BasicValueKind GetBasicValueKind() const { return basic_kind_; }
 
   // Stores `field` (taking ownership) under `field_name`, replacing and deleting a field of that
   // name, and resolves its type by name. A field with `serialize` false is never written.
@@ -95,7 +98,7 @@ private:
   std::vector<TypeCaster*> CastersTo(const Type* base) const;
 
   uint32_t name_hash_;
-  bool basic_;
+  BasicValueKind basic_kind_;
 };
 
 class Type::TypeCaster {

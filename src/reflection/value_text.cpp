@@ -20,18 +20,19 @@ std::string FloatText(float value) {
 }
 
 std::string BasicText(const Type* type, const void* value) {
-  switch (type->GetNameHash()) {
-  case TypeNameHash("Bool"): return *static_cast<const bool*>(value) ? "true" : "false";
-  case TypeNameHash("Char"): return std::to_string(int(*static_cast<const char*>(value)));
-  case TypeNameHash("Short"): return std::to_string(*static_cast<const int16_t*>(value));
-  case TypeNameHash("Int"): return std::to_string(*static_cast<const int32_t*>(value));
-  case TypeNameHash("UnsignedChar"): return std::to_string(*static_cast<const uint8_t*>(value));
-  case TypeNameHash("UnsignedShort"): return std::to_string(*static_cast<const uint16_t*>(value));
-  case TypeNameHash("UnsignedInt"): return std::to_string(*static_cast<const uint32_t*>(value));
-  case TypeNameHash("Float"): return FloatText(*static_cast<const float*>(value));
-  case TypeNameHash("String"): return "\"" + *static_cast<const std::string*>(value) + "\"";
-  default: return "?";
+  switch (type->GetBasicValueKind()) {
+  case BasicValueKind::Bool: return *static_cast<const bool*>(value) ? "true" : "false";
+  case BasicValueKind::Char: return std::to_string(int(*static_cast<const char*>(value)));
+  case BasicValueKind::Short: return std::to_string(*static_cast<const int16_t*>(value));
+  case BasicValueKind::Int: return std::to_string(*static_cast<const int32_t*>(value));
+  case BasicValueKind::UnsignedChar: return std::to_string(*static_cast<const uint8_t*>(value));
+  case BasicValueKind::UnsignedShort: return std::to_string(*static_cast<const uint16_t*>(value));
+  case BasicValueKind::UnsignedInt: return std::to_string(*static_cast<const uint32_t*>(value));
+  case BasicValueKind::Float: return FloatText(*static_cast<const float*>(value));
+  case BasicValueKind::String: return "\"" + *static_cast<const std::string*>(value) + "\"";
+  case BasicValueKind::None: break;
   }
+  return "?";
 }
 
 } // namespace
