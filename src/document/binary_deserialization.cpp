@@ -252,19 +252,14 @@ bool DeserializeBinaryClass(BinaryDocumentReader& reader, void* object, Type* ty
   const size_t count = plan.scoped.size();
   do {
     const int32_t scope_name = reader.GetScopeNameIndex();
-    size_t found = expected;
-    if (found == count || plan.scoped[found].name_index != scope_name) {
-      found = 0;
-      while (found < count && plan.scoped[found].name_index != scope_name) ++found;
-    }
-    if (found < count) {
-      expected = found + 1;
-      if (!ReadField(reader, object, plan.scoped[found], context)) result = false;
-      continue;
-    }
+    const FieldStep* step = expected < count && plan.scoped[expected].name_index == scope_name
+                                ? &plan.scoped[expected]
+                                : FindStep(plan.scoped, scope_name);
+    if (step != nullptr) expected = size_t(step - plan.scoped.data()) + 1;
     // A scope named as a field held as a value is read as that field, in that scope.
-    if (const FieldStep* value = FindStep(plan.values, scope_name)) {
-      if (!ReadField(reader, object, *value, context)) result = false;
+    else step = FindStep(plan.values, scope_name);
+    if (step != nullptr) {
+      if (!ReadField(reader, object, *step, context)) result = false;
       continue;
     }
     for (const BaseStep& base : plan.bases) {
@@ -287,14 +282,15 @@ void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const
   for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) count += node.IsScope() && node.name == state.slot;
   // Elements side by side are reached by their size; others through an interface.
   std::unique_ptr<ContainerWriteInterface> elements;
-  char* first = nullptr;
+  void* first = nullptr;
   size_t element_size = 0;
-  if (void* start = nullptr; factory.ResizeContiguous(object, count, start, element_size)) {
-    first = static_cast<char*>(start);
-  } else {
+  if (!factory.ResizeContiguous(object, count, first, element_size)) {
     elements = factory.MakeWriteInterface(object);
     if (!elements->Resize(count)) return;
   }
+  const auto element_at = [&](uint32_t index) {
+    return first != nullptr ? static_cast<char*>(first) + size_t(index) * element_size : elements->GetPointer(index);
+  };
   if (count == 0) return;
   Type* element_type = factory.element_type;
   const Route route = RouteOf(element_type);
@@ -308,9 +304,7 @@ void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const
     uint32_t index = 0;
     for (const BinaryDocumentNode& node : reader.GetCurrentChildren()) {
       if (!node.IsScope() || node.name != state.slot) continue;
-      void* element = first != nullptr ? first + size_t(index) * element_size : elements->GetPointer(index);
-      ++index;
-      StoreDirect(reader, reader.FindChildValue(node, state.value, tag), direct, element);
+      StoreDirect(reader, reader.FindChildValue(node, state.value, tag), direct, element_at(index++));
     }
     return;
   }
@@ -319,8 +313,7 @@ void DeserializeBinaryElements(BinaryDocumentReader& reader, void* object, const
   uint32_t index = 0;
   do {
     if (reader.GetScopeNameIndex() != state.slot) continue;
-    void* element = first != nullptr ? first + size_t(index) * element_size : elements->GetPointer(index);
-    ++index;
+    void* element = element_at(index++);
     // A failed element stays as Resize made it.
     switch (route) {
     case Route::Class:
