@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <type_traits>
 
 #include "foundation/format.h"
 #include "foundation/log.h"
@@ -70,12 +71,14 @@ void task_system::worker_loop(worker& self) {
   std::shared_ptr<task> finished;
   std::unique_lock<std::mutex> lock(mutex);
   for (;;) {
-    std::shared_ptr<task> t = take_task(self, lock, finished);
+    bool wake_another = false;
+    std::shared_ptr<task> t = take_task(self, lock, finished, wake_another);
     if (!t) break;
     lock.unlock();
+    // Signalled after the unlock, so the woken worker doesn't run into the held lock.
+    if (wake_another) work_available.notify_one();
     finished.reset();
     t->run();
-    lock.lock();
     finish_task(t, lock);
     finished = std::move(t);
   }
@@ -86,7 +89,7 @@ void task_system::worker_loop(worker& self) {
 }
 
 std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std::mutex>& lock,
-                                             std::shared_ptr<task>& finished) {
+                                             std::shared_ptr<task>& finished, bool& wake_another) {
   std::shared_ptr<task> t;
   for (;;) {
     // Holding `mutex`, the own queue can be looked at without its lock (see the header).
@@ -100,7 +103,7 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
       t = std::move(queue.front());
       queue.pop_front();
       // More global work than this worker can take: pass the wake-up on to a sleeping one.
-      if (!queue.empty() && sleeping_ != 0) work_available.notify_one();
+      wake_another = !queue.empty() && sleeping_ != 0;
       break;
     }
     if (self.state.load() != 1) return nullptr;
@@ -147,13 +150,14 @@ void task_system::run_task(std::shared_ptr<task> t, const std::shared_ptr<task_s
                                          t_worker->system == this && t_worker->index == affinity);
   bool helpers_waiting = false;
   bool wake_worker = false;
+  // Counted before the task can be seen, outside the lock: the count is atomic.
+  if (member_of != nullptr) member_of->pending.fetch_add(1);
   {
     std::unique_lock<std::mutex> lock(mutex);
     if (member_of != nullptr) {
       const auto active = std::find_if(active_sets.begin(), active_sets.end(),
                                        [&](const auto& s) { return s.get() == member_of; });
       if (active == active_sets.end()) active_sets.push_back(t->set);
-      member_of->pending.fetch_add(1);
     }
     if (inline_run) {
       // Counted as running, so that waiters on its set see it.
@@ -187,7 +191,7 @@ void task_system::run_task(std::shared_ptr<task> t, const std::shared_ptr<task_s
 
 void task_system::execute(const std::shared_ptr<task>& t) {
   t->run();
-  std::unique_lock<std::mutex> lock(mutex);
+  std::unique_lock<std::mutex> lock(mutex, std::defer_lock);
   finish_task(t, lock);
 }
 
@@ -205,6 +209,7 @@ void task_system::release_followers(std::vector<after_record<Done>>& records, co
     }
   }
   if (ready.empty()) return;
+  if constexpr (std::is_same_v<Done, task>) after_task_count_.store(records.size(), std::memory_order_release);
   in_transit_ += ready.size();
   lock.unlock();
   for (after_record<Done>& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
@@ -214,9 +219,20 @@ void task_system::release_followers(std::vector<after_record<Done>>& records, co
 }
 
 void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock) {
-  EraseOne(running, t.get());
-  release_followers(after_task, t, lock);
-  if (t->set) complete_one_locked(t->set, lock);
+  task_set* const set = t->set.get();
+  // Records are entered before what they wait for is queued: with none at all, none waits for `t`,
+  // and its set can be counted down without the lock unless this is its last member.
+  if (after_task_count_.load(std::memory_order_acquire) != 0) {
+    lock.lock();
+    EraseOne(running, t.get());
+    release_followers(after_task, t, lock);
+    if (set != nullptr) complete_one_locked(t->set, lock);
+  } else {
+    const bool last = set != nullptr && set->pending.fetch_sub(1) == 1;
+    lock.lock();
+    EraseOne(running, t.get());
+    if (last) complete_set_locked(t->set, lock);
+  }
   // Sleepers wait for a set to complete (complete_one wakes them) or for the pool to go idle;
   // waking them at every task would cost a context switch per task.
   if (waiters_ != 0 && running.empty() && queue.empty()) task_finished.notify_all();
@@ -233,6 +249,7 @@ void task_system::run_after(std::shared_ptr<task> done, std::shared_ptr<task> t,
                             uint8_t affinity, uint8_t priority) {
   std::lock_guard<std::mutex> lock(mutex);
   after_task.push_back(after_task_record{std::move(done), std::move(t), std::move(set), affinity, priority});
+  after_task_count_.store(after_task.size(), std::memory_order_release);
 }
 
 void task_system::complete_after(std::shared_ptr<task_set> inner, std::shared_ptr<task_set> outer) {
@@ -253,7 +270,10 @@ void task_system::complete_one(const std::shared_ptr<task_set>& set) {
 }
 
 void task_system::complete_one_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock) {
-  if (set->pending.fetch_sub(1) != 1) return;
+  if (set->pending.fetch_sub(1) == 1) complete_set_locked(set, lock);
+}
+
+void task_system::complete_set_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock) {
   // Keep the set alive while its records go: they may hold the last references.
   const std::shared_ptr<task_set> keep = set;
   release_followers(after_set, keep, lock);
@@ -306,8 +326,7 @@ bool task_system::run_one(std::unique_lock<std::mutex>& lock, const std::shared_
   running.push_back(t.get());
   lock.unlock();
   t->run();
-  // The bookkeeping under the same hold that the caller goes on with.
-  lock.lock();
+  // The bookkeeping ends under the same hold that the caller goes on with.
   finish_task(t, lock);
   return true;
 }
@@ -394,6 +413,7 @@ void task_system::stop() {
   std::lock_guard<std::mutex> lock(mutex);
   after_set.clear();
   after_task.clear();
+  after_task_count_.store(0);
   set_after_set.clear();
   queue.clear();
   for (uint32_t i = 0; i < count; ++i) workers[i].queue.clear();

@@ -113,12 +113,16 @@ private:
   uint32_t sleeping_ = 0;  // workers asleep on work_available; guarded by `mutex`
   // Followers taken out of the after lists and not yet queued (queueing needs the lock released).
   size_t in_transit_ = 0;
+  // Mirror of after_task.size(), read without the lock by a finishing task.
+  std::atomic<size_t> after_task_count_{0};
 
   void sleep_until_a_task_finishes(std::unique_lock<std::mutex>& lock);
   void worker_loop(worker& self);
   // With `mutex` held: the next task for `self`, waiting for one; null when asked to stop.
   // `finished` (the worker's last task) is released outside the lock before any sleep.
-  std::shared_ptr<task> take_task(worker& self, std::unique_lock<std::mutex>& lock, std::shared_ptr<task>& finished);
+  // `wake_another` tells that global work is left for a sleeping worker (signal it once unlocked).
+  std::shared_ptr<task> take_task(worker& self, std::unique_lock<std::mutex>& lock, std::shared_ptr<task>& finished,
+                                  bool& wake_another);
   // Runs `t` and does its bookkeeping.
   void execute(const std::shared_ptr<task>& t);
   // With `mutex` held: queues the records of `records` that wait for `done` (releasing the lock
@@ -126,9 +130,12 @@ private:
   template <typename Done>
   void release_followers(std::vector<after_record<Done>>& records, const std::shared_ptr<Done>& done,
                          std::unique_lock<std::mutex>& lock);
-  // With `mutex` held, after `t` ran: releases its followers and counts it done in its set.
+  // After `t` ran, with `lock` not held: releases its followers and counts it done in its set.
+  // Returns with `lock` held.
   void finish_task(const std::shared_ptr<task>& t, std::unique_lock<std::mutex>& lock);
   void complete_one_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock);
+  // With `mutex` held, once `set` has no member left: releases what waits for it.
+  void complete_set_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock);
   bool is_pending_locked(const std::shared_ptr<task_set>& set);
   // Takes the first global task (or the first of `preferred`) and runs it with `lock` released.
   bool run_one(std::unique_lock<std::mutex>& lock, const std::shared_ptr<task_set>& preferred);

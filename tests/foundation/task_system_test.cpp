@@ -286,5 +286,40 @@ TEST(TaskSystem, StressEveryTaskRunsExactlyOnce) {
   EXPECT_TRUE(pool.active_sets.empty());
 }
 
+// Without any chain entered, a finishing task counts its set down outside the lock: a wait must
+// still return only once every member has run, with helpers and workers finishing side by side.
+TEST(TaskSystem, StressWaitsReturnAfterEveryMemberWithoutChains) {
+  task_system pool;
+  ASSERT_TRUE(pool.start(3));
+  constexpr int kThreads = 3;
+  constexpr int kRounds = 300;
+  constexpr int kTasksPerSet = 200;
+  std::atomic<int> early{0};
+  std::vector<std::thread> producers;
+  for (int p = 0; p < kThreads; ++p) {
+    producers.emplace_back([&] {
+      for (int round = 0; round < kRounds; ++round) {
+        auto set = std::make_shared<task_set>();
+        auto nested = std::make_shared<task_set>();
+        pool.complete_after(nested, set);
+        std::atomic<int> ran{0};
+        pool.add_set(set);
+        pool.add_set(nested);
+        for (int t = 0; t < kTasksPerSet; ++t)
+          pool.run_task(Task([&ran] { ++ran; }), t % 4 == 0 ? nested : set, task::kAnyWorker, uint8_t(t % 2));
+        pool.complete_one(nested);
+        pool.complete_one(set);
+        pool.wait(set);
+        if (ran.load() != kTasksPerSet) ++early;
+      }
+    });
+  }
+  for (std::thread& producer : producers) producer.join();
+  EXPECT_EQ(early.load(), 0);
+  pool.wait_for_all();
+  pool.stop();
+  EXPECT_TRUE(pool.active_sets.empty());
+}
+
 } // namespace
 } // namespace tv
