@@ -6,6 +6,10 @@
 //
 // Every queue, the workers' included, is changed only with `mutex` held, so a thread holding it may
 // look at a worker's queue without that worker's mutex; the worker mutexes still guard each change.
+// A set's `pending` count is atomic and moves outside the lock where it can: a task counts itself in
+// before it is queued, and a finished task counts itself out unlocked unless it is the set's last
+// member or chains exist (its followers join their sets first, so a set can't empty in between).
+// Whatever the count reaching 0 releases is done under `mutex`.
 //
 // Every operation may be called from any thread, workers included; `run` of a task is called with
 // no lock held, so tasks may queue tasks and wait. Lock order: `mutex`, then a worker's mutex.
