@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <type_traits>
 
 #include "foundation/format.h"
 #include "foundation/log.h"
@@ -209,7 +208,6 @@ void task_system::release_followers(std::vector<after_record<Done>>& records, co
     }
   }
   if (ready.empty()) return;
-  if constexpr (std::is_same_v<Done, task>) after_task_count_.store(records.size(), std::memory_order_release);
   in_transit_ += ready.size();
   lock.unlock();
   for (after_record<Done>& record : ready) run_task(record.next, record.set, record.affinity, record.priority);
@@ -222,16 +220,16 @@ void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<s
   task_set* const set = t->set.get();
   // Records are entered before what they wait for is queued: with none at all, none waits for `t`,
   // and its set can be counted down without the lock unless this is its last member.
-  if (after_task_count_.load(std::memory_order_acquire) != 0) {
-    lock.lock();
-    EraseOne(running, t.get());
+  const bool chains = after_task_count_.load(std::memory_order_acquire) != 0;
+  const bool last = !chains && set != nullptr && set->pending.fetch_sub(1) == 1;
+  lock.lock();
+  EraseOne(running, t.get());
+  if (chains) {
     release_followers(after_task, t, lock);
+    count_after_task_records();
     if (set != nullptr) complete_one_locked(t->set, lock);
-  } else {
-    const bool last = set != nullptr && set->pending.fetch_sub(1) == 1;
-    lock.lock();
-    EraseOne(running, t.get());
-    if (last) complete_set_locked(t->set, lock);
+  } else if (last) {
+    complete_set_locked(t->set, lock);
   }
   // Sleepers wait for a set to complete (complete_one wakes them) or for the pool to go idle;
   // waking them at every task would cost a context switch per task.
@@ -245,11 +243,15 @@ void task_system::run_after(std::shared_ptr<task_set> done, std::shared_ptr<task
   after_set.push_back(after_set_record{std::move(done), std::move(t), std::move(set), affinity, priority});
 }
 
+void task_system::count_after_task_records() {
+  after_task_count_.store(after_task.size(), std::memory_order_release);
+}
+
 void task_system::run_after(std::shared_ptr<task> done, std::shared_ptr<task> t, std::shared_ptr<task_set> set,
                             uint8_t affinity, uint8_t priority) {
   std::lock_guard<std::mutex> lock(mutex);
   after_task.push_back(after_task_record{std::move(done), std::move(t), std::move(set), affinity, priority});
-  after_task_count_.store(after_task.size(), std::memory_order_release);
+  count_after_task_records();
 }
 
 void task_system::complete_after(std::shared_ptr<task_set> inner, std::shared_ptr<task_set> outer) {
@@ -413,7 +415,7 @@ void task_system::stop() {
   std::lock_guard<std::mutex> lock(mutex);
   after_set.clear();
   after_task.clear();
-  after_task_count_.store(0);
+  count_after_task_records();
   set_after_set.clear();
   queue.clear();
   for (uint32_t i = 0; i < count; ++i) workers[i].queue.clear();

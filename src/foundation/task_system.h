@@ -119,6 +119,8 @@ private:
   size_t in_transit_ = 0;
   // Mirror of after_task.size(), read without the lock by a finishing task.
   std::atomic<size_t> after_task_count_{0};
+  // With `mutex` held, after `after_task` changed: brings the mirror up to date.
+  void count_after_task_records();
 
   void sleep_until_a_task_finishes(std::unique_lock<std::mutex>& lock);
   void worker_loop(worker& self);
