@@ -230,6 +230,10 @@ void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<s
     if (set != nullptr) complete_one_locked(t->set, lock);
   } else if (last) {
     complete_set_locked(t->set, lock);
+  } else if (waiters_ != 0 && set != nullptr && set->pending.load() == 0) {
+    // Counted down before the last member completed the set, this task was still running when
+    // that woke the waiters: they saw it and slept again, so its leaving must wake them.
+    task_finished.notify_all();
   }
   // Sleepers wait for a set to complete (complete_one wakes them) or for the pool to go idle;
   // waking them at every task would cost a context switch per task.

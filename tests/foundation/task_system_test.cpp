@@ -104,6 +104,13 @@ TEST(TaskSystem, HigherPriorityRunsFirstAndEqualsKeepTheirOrder) {
                   }),
                   set, task::kAnyWorker, uint8_t(priorities[i]));
   gate.open = true;
+  // Not `wait` at once: a helping waiter would take tasks beside the worker, and the order they
+  // are noted in would no longer be the order they were taken in.
+  auto noted = [&] {
+    std::lock_guard<std::mutex> lock(order_mutex);
+    return order.size();
+  };
+  while (noted() < 3) std::this_thread::yield();
   pool.wait(set);
   EXPECT_EQ(order, (std::vector<int>{1, 2, 0}));
 }
@@ -224,6 +231,27 @@ TEST(TaskSystem, WaitingOnAWorkerHelpsInsteadOfBlocking) {
                 outer, task::kAnyWorker, 0);
   pool.wait(outer);
   EXPECT_EQ(done.load(), 50);
+}
+
+// The caller and the worker both run the inner tasks, so either may finish a set's last member
+// while the other's task is still leaving: the waiter must be woken whichever goes last.
+TEST(TaskSystem, StressWaitOnAWorkerWhileTheCallerHelps) {
+  task_system pool;
+  ASSERT_TRUE(pool.start(1));
+  std::atomic<int> done{0};
+  constexpr int kRounds = 20000;
+  constexpr int kInner = 4;
+  for (int round = 0; round < kRounds; ++round) {
+    auto outer = std::make_shared<task_set>();
+    pool.run_task(Task([&] {
+                    auto inner = std::make_shared<task_set>();
+                    for (int i = 0; i < kInner; ++i) pool.run_task(Task([&] { ++done; }), inner, task::kAnyWorker, 0);
+                    pool.wait(inner);
+                  }),
+                  outer, task::kAnyWorker, 0);
+    pool.wait(outer);
+  }
+  EXPECT_EQ(done.load(), kRounds * kInner);
 }
 
 TEST(FutureCall, DeliversResultsAndExceptions) {
