@@ -102,7 +102,7 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
       t = std::move(queue.front());
       queue.pop_front();
       // More global work than this worker can take: pass the wake-up on to a sleeping one.
-      wake_another = !queue.empty() && sleeping_ != 0;
+      wake_another = !queue.empty() && claim_sleeper_locked();
       break;
     }
     if (self.state.load() != 1) return nullptr;
@@ -116,9 +116,17 @@ std::shared_ptr<task> task_system::take_task(worker& self, std::unique_lock<std:
     ++sleeping_;
     work_available.wait(lock);
     --sleeping_;
+    // Signalled or woken spuriously alike: at worst a later wake-up is signalled needlessly.
+    if (wakes_pending_ != 0) --wakes_pending_;
   }
   running.push_back(t.get());
   return t;
+}
+
+bool task_system::claim_sleeper_locked() {
+  if (sleeping_ <= wakes_pending_) return false;
+  ++wakes_pending_;
+  return true;
 }
 
 void task_system::insert_by_priority(std::deque<std::shared_ptr<task>>& tasks, std::shared_ptr<task> t) {
@@ -169,7 +177,7 @@ void task_system::run_task(std::shared_ptr<task> t, const std::shared_ptr<task_s
       // Only a queue that was empty needs a worker woken: otherwise one is awake or being woken,
       // and passes the wake-up on while work remains. Waking one per task would make the queueing
       // thread and the workers take turns on the processor.
-      wake_worker = queue.empty() && sleeping_ != 0;
+      wake_worker = queue.empty() && claim_sleeper_locked();
       insert_by_priority(queue, std::move(t));
       helpers_waiting = waiters_ != 0;
     } else {

@@ -115,6 +115,13 @@ public:
 private:
   uint32_t waiters_ = 0;   // threads asleep on task_finished; guarded by `mutex`
   uint32_t sleeping_ = 0;  // workers asleep on work_available; guarded by `mutex`
+  // Wake-ups signalled on work_available that no worker has returned from yet; guarded by
+  // `mutex`. A signalled worker stays counted in sleeping_ until it has the lock again, and
+  // signalling it once more meanwhile would be a wasted system call.
+  uint32_t wakes_pending_ = 0;
+  // With `mutex` held: whether a sleeping worker has no wake-up on its way; if so, one is counted
+  // as sent (signal work_available once unlocked).
+  bool claim_sleeper_locked();
   // Followers taken out of the after lists and not yet queued (queueing needs the lock released).
   size_t in_transit_ = 0;
   // Mirror of after_task.size(), read without the lock by a finishing task.

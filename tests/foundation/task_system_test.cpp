@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <string>
@@ -231,6 +232,30 @@ TEST(TaskSystem, WaitingOnAWorkerHelpsInsteadOfBlocking) {
                 outer, task::kAnyWorker, 0);
   pool.wait(outer);
   EXPECT_EQ(done.load(), 50);
+}
+
+// Two tasks that can only finish together, queued back to back: the second finds the queue busy
+// and wakes no one, so the first worker to wake must pass the wake-up on to the other sleeper.
+TEST(TaskSystem, ASleepingWorkerIsWokenForWorkLeftInTheQueue) {
+  task_system pool;
+  ASSERT_TRUE(pool.start(2));
+  for (int round = 0; round < 500; ++round) {
+    std::atomic<int> started{0};
+    int32_t ran_on[2] = {-1, -1};
+    auto set = std::make_shared<task_set>();
+    for (int i = 0; i < 2; ++i)
+      pool.run_task(Task([&, i] {
+                      ran_on[i] = pool.current_worker();
+                      ++started;
+                      while (started.load() < 2) std::this_thread::yield();
+                    }),
+                    set, task::kAnyWorker, 0);
+    // Not `wait` until both started: a helping waiter would stand in for the second worker.
+    while (started.load() < 2) std::this_thread::yield();
+    pool.wait(set);
+    ASSERT_NE(ran_on[0], ran_on[1]);
+    ASSERT_GE(std::min(ran_on[0], ran_on[1]), 0);
+  }
 }
 
 // The caller and the worker both run the inner tasks, so either may finish a set's last member
