@@ -111,6 +111,7 @@ bool ZipFileDriver::SetArchive(std::shared_ptr<FileHandle> handle, const std::st
   archive_owner.reset();
   index_.clear();
   boundaries_.clear();
+  archive_size_ = 0;
   // Entries unpacked from the old archive stay with the handles open on them; the new archive's
   // entries must never be served from there.
   if (!unpacked.empty()) {
@@ -122,6 +123,7 @@ bool ZipFileDriver::SetArchive(std::shared_ptr<FileHandle> handle, const std::st
 
   archive_owner = std::move(handle);
   archive_handle = archive_owner.get();
+  archive_size_ = archive_handle->GetSize();
   password = new_password;
   auto* functions = static_cast<zlib_filefunc_def*>(file_functions);
   *functions = zlib_filefunc_def{&OpenStream, &ReadStream, &WriteStream, &TellStream,
@@ -152,17 +154,15 @@ void ZipFileDriver::IndexEntries() {
   std::sort(boundaries_.begin(), boundaries_.end());
 }
 
-bool ZipFileDriver::Locate(const std::string& name) {
-  const auto found = index_.find(name);
-  if (found == index_.end()) return false;
-  unz_file_pos position{uLong(found->second.directory_offset), uLong(found->second.entry_number)};
+bool ZipFileDriver::Locate(const EntryPosition& entry) {
+  unz_file_pos position{uLong(entry.directory_offset), uLong(entry.entry_number)};
   return unzGoToFilePos(static_cast<unzFile>(archive), &position) == UNZ_OK;
 }
 
 uint32_t ZipFileDriver::GetCaps() { return 11; }
 
 std::shared_ptr<FileHandle> ZipFileDriver::MapStored(const std::string& path, uint64_t compressed, uint64_t size,
-                                                     uint64_t flag) {
+                                                     uint64_t flag, EntryPosition& entry) {
   unzFile zip = static_cast<unzFile>(archive);
   if (unzOpenCurrentFile(zip) != UNZ_OK) {
     error(format("Failed to open file '%1'").arg(path));
@@ -175,15 +175,22 @@ std::shared_ptr<FileHandle> ZipFileDriver::MapStored(const std::string& path, ui
   // what follows or stops short of it, lie.
   const uint64_t end = position + size;
   const auto next = std::lower_bound(boundaries_.begin(), boundaries_.end(), position);
-  const uint64_t limit = next != boundaries_.end() ? *next : archive_handle->GetSize();
+  const uint64_t limit = next != boundaries_.end() ? *next : archive_size_;
   const uint64_t gap = limit >= end ? limit - end : UINT64_MAX;
   const bool descriptor = (flag & 8) != 0 && (gap == 12 || gap == 16 || gap == 20 || gap == 24);
-  if (compressed != size || end > archive_handle->GetSize() || (gap != 0 && !descriptor)) {
+  if (compressed != size || end > archive_size_ || (gap != 0 && !descriptor)) {
     error(format("Failed to read file '%1'").arg(path));
     return nullptr;
   }
-  debug(format("Mapping zip segment to '%1' @%2").arg(path).arg(position));
-  return std::make_shared<ZipSegment>(shared_from_this(), archive_owner, uint32_t(position), uint32_t(size));
+  entry.stored_at = position;
+  entry.stored_size = size;
+  return MapSegment(path, entry);
+}
+
+std::shared_ptr<FileHandle> ZipFileDriver::MapSegment(const std::string& path, const EntryPosition& entry) {
+  debug(format("Mapping zip segment to '%1' @%2").arg(path).arg(entry.stored_at));
+  return std::make_shared<ZipSegment>(shared_from_this(), archive_owner, uint32_t(entry.stored_at),
+                                      uint32_t(entry.stored_size));
 }
 
 bool ZipFileDriver::Unpack(const std::string& path, const unz_file_info& info) {
@@ -191,7 +198,7 @@ bool ZipFileDriver::Unpack(const std::string& path, const unz_file_info& info) {
   const uint64_t size = info.uncompressed_size;
   debug(format("Mapping unzipped '%1' to memory...").arg(path));
   std::vector<uint8_t> buffer;
-  if (SizesAreCredible(info.compressed_size, size, int(info.compression_method), archive_handle->GetSize())) {
+  if (SizesAreCredible(info.compressed_size, size, int(info.compression_method), archive_size_)) {
     try {
       buffer.resize(size_t(size));
     } catch (const std::bad_alloc&) {
@@ -255,7 +262,11 @@ std::shared_ptr<FileHandle> ZipFileDriver::Open(const std::string& path, FileMod
   std::shared_ptr<FileHandle> inner = memory_driver->Open(clean, FileMode::Read);
   if (!inner) {
     unzFile zip = static_cast<unzFile>(archive);
-    if (!Locate(clean)) return nullptr;
+    const auto found = index_.find(clean);
+    if (found == index_.end()) return nullptr;
+    EntryPosition& entry = found->second;
+    if (entry.stored_at != UINT64_MAX) return MapSegment(clean, entry);
+    if (!Locate(entry)) return nullptr;
     unz_file_info info;
     if (unzGetCurrentFileInfo(zip, &info, nullptr, 0, nullptr, 0, nullptr, 0) != UNZ_OK) {
       error(format("Failed to open file '%1'").arg(path));
@@ -263,7 +274,7 @@ std::shared_ptr<FileHandle> ZipFileDriver::Open(const std::string& path, FileMod
     }
     const bool encrypted = (info.flag & 1) != 0;
     if (info.compression_method == 0 && !encrypted)
-      return MapStored(clean, info.compressed_size, info.uncompressed_size, info.flag);
+      return MapStored(clean, info.compressed_size, info.uncompressed_size, info.flag, entry);
     // Encrypted entries, stored ones included, go through unpacking: their bytes need decrypting.
     if (!Unpack(clean, info)) return nullptr;
     inner = memory_driver->Open(clean, FileMode::Read);

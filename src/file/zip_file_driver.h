@@ -80,14 +80,22 @@ private:
   struct EntryPosition {
     uint64_t directory_offset;
     uint64_t entry_number;
+    // A stored entry's bytes in the archive, once its first opening has checked them against the
+    // layout; the archive doesn't change while it is set, so later openings map them at once.
+    uint64_t stored_at = UINT64_MAX;
+    uint64_t stored_size = 0;
   };
   void IndexEntries();
-  bool Locate(const std::string& name);
+  // Makes `entry` minizip's current entry.
+  bool Locate(const EntryPosition& entry);
 
   std::unordered_map<std::string, EntryPosition> index_;
   // Local header offsets of all entries and the directory's start, sorted: where a stored
   // entry's bytes end.
   std::vector<uint64_t> boundaries_;
+  // The archive's size, read with its layout when it is set: asking the handle costs a seek to
+  // the end and back, and every opened entry is checked against it.
+  uint64_t archive_size_ = 0;
   // Entries still open from archives this driver has left.
   struct RetiredStore {
     std::shared_ptr<MemoryFileDriver> memory;
@@ -95,7 +103,9 @@ private:
   };
   std::vector<RetiredStore> retired_;
 
-  std::shared_ptr<FileHandle> MapStored(const std::string& path, uint64_t compressed, uint64_t size, uint64_t flag);
+  std::shared_ptr<FileHandle> MapStored(const std::string& path, uint64_t compressed, uint64_t size, uint64_t flag,
+                                        EntryPosition& entry);
+  std::shared_ptr<FileHandle> MapSegment(const std::string& path, const EntryPosition& entry);
   bool Unpack(const std::string& path, const unz_file_info_s& info);
   bool UnpackEncrypted(const std::string& path, const unz_file_info_s& info, std::vector<uint8_t>& plain);
 };
