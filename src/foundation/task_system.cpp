@@ -238,10 +238,6 @@ void task_system::finish_task(const std::shared_ptr<task>& t, std::unique_lock<s
     if (set != nullptr) complete_one_locked(t->set, lock);
   } else if (last) {
     complete_set_locked(t->set, lock);
-  } else if (waiters_ != 0 && set != nullptr && set->pending.load() == 0) {
-    // Counted down before the last member completed the set, this task was still running when
-    // that woke the waiters: they saw it and slept again, so its leaving must wake them.
-    task_finished.notify_all();
   }
   // Sleepers wait for a set to complete (complete_one wakes them) or for the pool to go idle;
   // waking them at every task would cost a context switch per task.
@@ -305,17 +301,22 @@ void task_system::complete_set_locked(const std::shared_ptr<task_set>& set, std:
   if (waiters_ != 0) task_finished.notify_all();
 }
 
-bool task_system::is_pending_locked(const std::shared_ptr<task_set>& set) {
+bool task_system::has_parked_members_locked(const std::shared_ptr<task_set>& set) const {
   // Followers being queued right now belong to no list for a moment; their sets are unknown here.
   if (in_transit_ != 0) return true;
-  auto of_set = [&](const std::shared_ptr<task>& t) { return t->set == set; };
-  if (std::any_of(queue.begin(), queue.end(), of_set) ||
-      std::any_of(running.begin(), running.end(), [&](const task* t) { return t->set == set; }))
-    return true;
   for (const after_task_record& record : after_task)
     if (record.set == set) return true;
   for (const after_set_record& record : after_set)
     if (record.set == set) return true;
+  return false;
+}
+
+bool task_system::is_pending_locked(const std::shared_ptr<task_set>& set) {
+  if (has_parked_members_locked(set)) return true;
+  auto of_set = [&](const std::shared_ptr<task>& t) { return t->set == set; };
+  if (std::any_of(queue.begin(), queue.end(), of_set) ||
+      std::any_of(running.begin(), running.end(), [&](const task* t) { return t->set == set; }))
+    return true;
   for (uint32_t i = 0; i < worker_count.load(); ++i) {
     std::lock_guard<std::mutex> own(workers[i].mutex);
     if (std::any_of(workers[i].queue.begin(), workers[i].queue.end(), of_set)) return true;
@@ -348,9 +349,10 @@ bool task_system::run_one(std::unique_lock<std::mutex>& lock, const std::shared_
 void task_system::wait(const std::shared_ptr<task_set>& set) {
   if (!set) return;
   std::unique_lock<std::mutex> lock(mutex);
-  // The count answers at once in the common case; the scan catches tasks still parked behind
-  // other tasks or sets, which the count doesn't include yet.
-  while (set->pending.load() > 0 || is_pending_locked(set)) {
+  // Queued and running members are in the count; only followers still parked behind other tasks
+  // or sets are not yet. (A member that has counted itself out may still be leaving `running`:
+  // it is done, and a wait must not sleep on it.)
+  while (set->pending.load() > 0 || has_parked_members_locked(set)) {
     if (!run_one(lock, set)) sleep_until_a_task_finishes(lock);
   }
 }

@@ -150,6 +150,9 @@ private:
   // With `mutex` held, once `set` has no member left: releases what waits for it.
   void complete_set_locked(const std::shared_ptr<task_set>& set, std::unique_lock<std::mutex>& lock);
   bool is_pending_locked(const std::shared_ptr<task_set>& set);
+  // With `mutex` held: whether a follower of `set` waits in the after lists or is being queued,
+  // so that the set's count doesn't include it yet.
+  bool has_parked_members_locked(const std::shared_ptr<task_set>& set) const;
   // Takes the first global task (or the first of `preferred`) and runs it with `lock` released.
   bool run_one(std::unique_lock<std::mutex>& lock, const std::shared_ptr<task_set>& preferred);
   static void insert_by_priority(std::deque<std::shared_ptr<task>>& queue, std::shared_ptr<task> t);

@@ -35,6 +35,13 @@ std::string CurrentThreadName() {
   return name;
 }
 
+// Runs `body(index)` on `count` threads at once and joins them.
+void OnThreads(int count, const std::function<void(int)>& body) {
+  std::vector<std::thread> threads;
+  for (int index = 0; index < count; ++index) threads.emplace_back(body, index);
+  for (std::thread& thread : threads) thread.join();
+}
+
 // Holds worker `index` busy until released, so that tasks queue up behind it deterministically.
 struct Gate {
   void Block(task_system& pool, uint8_t index) {
@@ -306,31 +313,27 @@ TEST(TaskSystem, StressEveryTaskRunsExactlyOnce) {
   constexpr int kSets = 100;
   constexpr int kTasksPerSet = 500;
   std::vector<std::atomic<uint8_t>> runs(size_t(kThreads) * kSets * kTasksPerSet * 2);
-  std::vector<std::thread> producers;
-  for (int p = 0; p < kThreads; ++p) {
-    producers.emplace_back([&, p] {
-      auto outer = std::make_shared<task_set>();
-      for (int s = 0; s < kSets; ++s) {
-        auto inner = std::make_shared<task_set>();
-        pool.complete_after(inner, outer);
-        pool.add_set(inner);
-        for (int t = 0; t < kTasksPerSet; ++t) {
-          const size_t id = ((size_t(p) * kSets + size_t(s)) * kTasksPerSet + size_t(t)) * 2;
-          auto head = Task([&runs, id] { ++runs[id]; });
-          // Every other task has a follower chained behind it; some bound to a worker.
-          if (t % 2 == 0)
-            pool.run_after(head, Task([&runs, id] { ++runs[id + 1]; }), inner, uint8_t(t % 8 == 0 ? t % 4 : 255), 0);
-          else
-            ++runs[id + 1];
-          pool.run_task(head, inner, task::kAnyWorker, uint8_t(t % 3));
-        }
-        pool.complete_one(inner);
-        if (s % 10 == 9) pool.wait(inner);
+  OnThreads(kThreads, [&](int p) {
+    auto outer = std::make_shared<task_set>();
+    for (int s = 0; s < kSets; ++s) {
+      auto inner = std::make_shared<task_set>();
+      pool.complete_after(inner, outer);
+      pool.add_set(inner);
+      for (int t = 0; t < kTasksPerSet; ++t) {
+        const size_t id = ((size_t(p) * kSets + size_t(s)) * kTasksPerSet + size_t(t)) * 2;
+        auto head = Task([&runs, id] { ++runs[id]; });
+        // Every other task has a follower chained behind it; some bound to a worker.
+        if (t % 2 == 0)
+          pool.run_after(head, Task([&runs, id] { ++runs[id + 1]; }), inner, uint8_t(t % 8 == 0 ? t % 4 : 255), 0);
+        else
+          ++runs[id + 1];
+        pool.run_task(head, inner, task::kAnyWorker, uint8_t(t % 3));
       }
-      pool.wait(outer);
-    });
-  }
-  for (std::thread& producer : producers) producer.join();
+      pool.complete_one(inner);
+      if (s % 10 == 9) pool.wait(inner);
+    }
+    pool.wait(outer);
+  });
   pool.wait_for_all();
   pool.stop();
   size_t wrong = 0;
@@ -348,26 +351,22 @@ TEST(TaskSystem, StressWaitsReturnAfterEveryMemberWithoutChains) {
   constexpr int kRounds = 300;
   constexpr int kTasksPerSet = 200;
   std::atomic<int> early{0};
-  std::vector<std::thread> producers;
-  for (int p = 0; p < kThreads; ++p) {
-    producers.emplace_back([&] {
-      for (int round = 0; round < kRounds; ++round) {
-        auto set = std::make_shared<task_set>();
-        auto nested = std::make_shared<task_set>();
-        pool.complete_after(nested, set);
-        std::atomic<int> ran{0};
-        pool.add_set(set);
-        pool.add_set(nested);
-        for (int t = 0; t < kTasksPerSet; ++t)
-          pool.run_task(Task([&ran] { ++ran; }), t % 4 == 0 ? nested : set, task::kAnyWorker, uint8_t(t % 2));
-        pool.complete_one(nested);
-        pool.complete_one(set);
-        pool.wait(set);
-        if (ran.load() != kTasksPerSet) ++early;
-      }
-    });
-  }
-  for (std::thread& producer : producers) producer.join();
+  OnThreads(kThreads, [&](int) {
+    for (int round = 0; round < kRounds; ++round) {
+      auto set = std::make_shared<task_set>();
+      auto nested = std::make_shared<task_set>();
+      pool.complete_after(nested, set);
+      std::atomic<int> ran{0};
+      pool.add_set(set);
+      pool.add_set(nested);
+      for (int t = 0; t < kTasksPerSet; ++t)
+        pool.run_task(Task([&ran] { ++ran; }), t % 4 == 0 ? nested : set, task::kAnyWorker, uint8_t(t % 2));
+      pool.complete_one(nested);
+      pool.complete_one(set);
+      pool.wait(set);
+      if (ran.load() != kTasksPerSet) ++early;
+    }
+  });
   EXPECT_EQ(early.load(), 0);
   pool.wait_for_all();
   pool.stop();
